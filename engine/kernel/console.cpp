@@ -1,0 +1,200 @@
+// Console commands: registration, line parsing, dispatch, help and printing.
+#include <atomic>
+#include <cstdarg>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "common/ascii.h"
+#include "kxEngine.h"
+#include "kxHost.h"
+
+namespace {
+
+struct Command {
+  std::string group;
+  std::string name;
+  int parameters;
+  int optional;
+  QOR_CONSOLE_HANDLER handler;
+  ULONG id;
+};
+
+std::vector<Command>& commands() {
+  static std::vector<Command> list;
+  return list;
+}
+
+// Atomic so a host swapping sinks while something prints never sees a torn pointer.
+std::atomic<void (*)(const char*)> g_sink{nullptr};
+
+void emit(const char* text) {
+  if (auto sink = g_sink.load()) {
+    sink(text);
+  } else {
+    std::fputs(text, stdout);
+    std::fputc('\n', stdout);
+  }
+}
+
+const Command* findCommand(const std::string& name) {
+  for (const Command& c : commands())
+    if (kx::equalsNoCase(c.name, name)) return &c;
+  return nullptr;
+}
+
+// Blanks separate words; double quotes group blanks into one word and are dropped.
+std::vector<std::string> splitWords(const char* line) {
+  std::vector<std::string> words;
+  std::string word;
+  bool inWord = false, quoted = false;
+  for (const char* p = line; *p; ++p) {
+    char c = *p;
+    if (c == '"') {
+      quoted = !quoted;
+      inWord = true;  // "" is an empty word, not nothing
+    } else if (!quoted && (c == ' ' || c == '\t' || c == '\r' || c == '\n')) {
+      if (inWord) words.push_back(std::move(word));
+      word.clear();
+      inWord = false;
+    } else {
+      word += c;
+      inWord = true;
+    }
+  }
+  if (inWord) words.push_back(std::move(word));
+  return words;
+}
+
+// "Name p1 p2 [p3]": the optional parameters are the last ones.
+std::string usageOf(const Command& c) {
+  std::string text = c.name;
+  for (int i = 1; i <= c.parameters; ++i) {
+    bool opt = i > c.parameters - c.optional;
+    text += opt ? " [p" : " p";
+    text += std::to_string(i);
+    if (opt) text += ']';
+  }
+  return text;
+}
+
+std::string countsOf(const Command& c) {
+  std::string text = std::to_string(c.parameters) + (c.parameters == 1 ? " param" : " params");
+  if (c.optional > 0) text += ", " + std::to_string(c.optional) + " optional";
+  return text;
+}
+
+int printHelp(const std::string* onlyGroup) {
+  // Groups in order of first registration, each with its commands in registration order.
+  std::vector<std::string> groups;
+  for (const Command& c : commands()) {
+    if (onlyGroup && !kx::equalsNoCase(c.group, *onlyGroup)) continue;
+    bool seen = false;
+    for (const std::string& g : groups) seen = seen || g == c.group;
+    if (!seen) groups.push_back(c.group);
+  }
+  if (groups.empty()) {
+    if (onlyGroup)
+      qorConsole_Print("No command group: %s", onlyGroup->c_str());
+    else
+      qorConsole_Print("No commands");
+    return onlyGroup ? -1 : 0;
+  }
+  for (const std::string& g : groups) {
+    qorConsole_Print("%s:", g.empty() ? "(no group)" : g.c_str());
+    for (const Command& c : commands())
+      if (c.group == g) qorConsole_Print("  %s (%s)", usageOf(c).c_str(), countsOf(c).c_str());
+  }
+  return 0;
+}
+
+}  // namespace
+
+extern "C" {
+
+KX_EXPORT LONG qorConsole_RegisterCommand(const char* group, const char* name, int parameters,
+                                          QOR_CONSOLE_HANDLER handler, ULONG id, int optional, int reserved) {
+  if (!name || !*name || !handler) return -1;
+  if (parameters < 0) parameters = 0;
+  if (optional < 0) optional = 0;
+  if (optional > parameters) optional = parameters;
+  Command c{group ? group : "", name, parameters, optional, handler, id};
+  // A name registered again (a module restarted) takes over the old entry.
+  for (Command& old : commands()) {
+    if (kx::equalsNoCase(old.name, c.name)) {
+      old = std::move(c);
+      return 0;
+    }
+  }
+  commands().push_back(std::move(c));
+  return 0;
+}
+
+KX_EXPORT LONG qorConsole_Print(const char* format, ...) {
+  if (!format) return -1;
+  char small[256];
+  va_list args;
+  va_start(args, format);
+  int n = std::vsnprintf(small, sizeof small, format, args);
+  va_end(args);
+  if (n < 0) return -1;
+  if (static_cast<std::size_t>(n) < sizeof small) {
+    emit(small);
+    return 0;
+  }
+  std::vector<char> big(static_cast<std::size_t>(n) + 1);
+  va_start(args, format);
+  std::vsnprintf(big.data(), big.size(), format, args);
+  va_end(args);
+  emit(big.data());
+  return 0;
+}
+
+KX_EXPORT int32_t kxHost_Execute(const char* line) {
+  if (!line) return -1;
+  std::vector<std::string> words = splitWords(line);
+  if (words.empty()) return -1;
+
+  const Command* cmd = findCommand(words[0]);
+  if (!cmd && kx::equalsNoCase(words[0], "help")) {
+    if (words.size() > 2) {
+      qorConsole_Print("Usage: help [group]");
+      return -2;
+    }
+    return printHelp(words.size() == 2 ? &words[1] : nullptr);
+  }
+  if (!cmd) {
+    qorConsole_Print("Unknown command: %s", words[0].c_str());
+    return -1;
+  }
+
+  int argc = static_cast<int>(words.size()) - 1;
+  if (argc < cmd->parameters - cmd->optional || argc > cmd->parameters) {
+    qorConsole_Print("Usage: %s", usageOf(*cmd).c_str());
+    return -2;
+  }
+  // Copy what the call needs: the handler may register commands and move the list.
+  QOR_CONSOLE_HANDLER handler = cmd->handler;
+  ULONG id = cmd->id;
+  std::vector<char*> argv;
+  argv.reserve(words.size());
+  for (std::size_t i = 1; i < words.size(); ++i) argv.push_back(words[i].data());
+  argv.push_back(nullptr);
+  handler(id, argc, argv.data());
+  return 0;
+}
+
+KX_EXPORT void kxHost_SetPrintSink(void (*sink)(const char* text)) { g_sink.store(sink); }
+
+KX_EXPORT void kxHost_EnumerateCommands(void (*fn)(const char* group, const char* name, int parameters,
+                                                   int optional, void* context),
+                                        void* context) {
+  if (!fn) return;
+  // A snapshot, so the callback may change the command list safely.
+  std::vector<Command> list = commands();
+  for (const Command& c : list) fn(c.group.c_str(), c.name.c_str(), c.parameters, c.optional, context);
+}
+
+KX_EXPORT void kxHost_ClearCommands(void) { commands().clear(); }
+
+}  // extern "C"

@@ -1,0 +1,59 @@
+// The host kit: what a game, the kxsound tool or a test needs besides qorSound_*.
+#ifndef KX_HOST_H
+#define KX_HOST_H
+
+#include <stdint.h>
+#include "kxTypes.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+// The folder qorFileIO_GetFolder reports; a trailing '/' is added when missing.
+KX_EXPORT void kxHost_SetRootFolder(const char* folder);
+
+// Non-zero: the engine tick, its delta and GetTickCount move only through
+// kxHost_Advance, starting from 1000 ms. Zero: they follow the monotonic clock.
+KX_EXPORT void kxHost_SetManualClock(int manual);
+// Moves the manual clock; the delta becomes this step. Listeners registered with
+// kxHost_AddAdvanceListener (the offline audio output) run after the move.
+KX_EXPORT void kxHost_Advance(uint32_t milliseconds);
+// With the real clock: marks the start of a frame, so the delta is the time since the last mark.
+KX_EXPORT void kxHost_BeginFrame(void);
+typedef void (*KX_ADVANCE_LISTENER)(uint32_t milliseconds, void* context);
+KX_EXPORT void kxHost_AddAdvanceListener(KX_ADVANCE_LISTENER listener, void* context);
+KX_EXPORT void kxHost_RemoveAdvanceListener(KX_ADVANCE_LISTENER listener, void* context);
+
+// Queued values come out of qorRandom_Rand first, in order; then the generator goes on.
+KX_EXPORT void kxHost_QueueRandom(uint32_t value);
+// Restarts the generator from a seed and drops the queue, so runs repeat.
+KX_EXPORT void kxHost_SeedRandom(uint32_t seed);
+
+// Runs one console line as a person would type it: 0 when a command ran,
+// negative when the line was refused (unknown command, too few or too many parameters).
+KX_EXPORT int32_t kxHost_Execute(const char* line);
+// Receives every qorConsole_Print text; null prints to standard output.
+KX_EXPORT void kxHost_SetPrintSink(void (*sink)(const char* text));
+// Calls fn once per registered command, in order of registration.
+KX_EXPORT void kxHost_EnumerateCommands(void (*fn)(const char* group, const char* name, int parameters,
+                                                   int optional, void* context),
+                                        void* context);
+// Forgets every registered command (a fresh engine).
+KX_EXPORT void kxHost_ClearCommands(void);
+
+// The texts drawn with qorKernel_DrawDebugText since the last clear.
+KX_EXPORT int kxHost_DebugTextCount(void);
+// text: 256 bytes. 0 on success, -1 for an index out of range.
+KX_EXPORT int32_t kxHost_GetDebugText(int index, float* x, float* y, uint32_t* colour, char* text);
+KX_EXPORT void kxHost_ClearDebugText(void);
+
+// Reads an engine variable such as "sounds_created": 0 when it exists, -1 otherwise.
+KX_EXPORT int32_t kxHost_GetVar(const char* name, int32_t* value);
+// Number of the tuning key of that name, or -1.
+KX_EXPORT int32_t kxHost_FindTuneKey(const char* name);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

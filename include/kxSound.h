@@ -1,0 +1,109 @@
+// kxSound: the sound module of the engine. Catalogue of named sounds, 2D/3D playback,
+// ambients, MP3 music and the "Sound" console commands.
+//
+// Results of type LONG are 0 for success and E_FAIL for every failure. Sound handles are
+// the addresses the module hands out; strings are zero-terminated. Functions with a name
+// follow the sound's redirection, functions with a handle act on that entry.
+#ifndef KX_SOUND_H
+#define KX_SOUND_H
+
+#include "kxTypes.h"
+
+#define KXSOUND_API KX_EXPORT
+
+// Stream events passed to the notify callback as (event, stream, second).
+enum QORSOUND_STREAM_EVENT : int32_t {
+  STREAM_EVENT_ACQUIRED = 1,
+  STREAM_EVENT_RELEASED = 2,
+  STREAM_EVENT_CHANGED = 5,
+  STREAM_EVENT_REPLACED = 6,
+  STREAM_EVENT_STOLEN = 7,
+};
+
+enum SOUND_PLAYMODE : int32_t {
+  SOUND_PLAYMODE_SEQUENTIAL = 0,
+  SOUND_PLAYMODE_RANDOM = 1,
+};
+
+typedef void (*QORSOUND_NOTIFY_CALLBACK)(QORSOUND_STREAM_EVENT event, void* stream, void* second);
+typedef void (*QORSOUND_ENUM_SOUNDS_CALLBACK)(char* name, int page);
+typedef void (*QORSOUND_ENUM_FILES_CALLBACK)(char* path);
+typedef void (*QORSOUND_ENUM_PAGES_CALLBACK)(char* name);
+
+// ---- life cycle ----
+KXSOUND_API LONG qorSound_Initialize(HWND window, int toolMode);
+KXSOUND_API LONG qorSound_Finalize();
+KXSOUND_API void qorSound_SetNotifyCallback(QORSOUND_NOTIFY_CALLBACK callback);
+KXSOUND_API void qorSound_Enable3DPlay(int enable);
+KXSOUND_API void qorSound_SetLatency(ULONG milliseconds);
+
+// ---- catalogue ----
+KXSOUND_API LONG qorSound_FindSound(const char* name, void** sound);
+// name: room for 256 characters.
+KXSOUND_API LONG qorSound_GetSoundName(void* sound, char* name);
+// name: in and out; receives the name the new sound got (256 bytes of room).
+KXSOUND_API void qorSound_CreateNewSound(char* name);
+KXSOUND_API void qorSound_DeleteSound(void* sound);
+KXSOUND_API void qorSound_DeleteSound(const char* name);
+// newName: out only; receives the clone's generated name (256 bytes of room).
+KXSOUND_API void qorSound_CloneSound(const char* source, char* newName);
+KXSOUND_API void qorSound_CopyParameters(const char* target, const char* source);
+KXSOUND_API LONG qorSound_ChangeName(const char* name, const char* newName);
+KXSOUND_API void qorSound_EnumerateSounds(QORSOUND_ENUM_SOUNDS_CALLBACK callback);
+KXSOUND_API char* qorSound_GetSoundComments(const char* name);
+KXSOUND_API void qorSound_SetSoundComments(const char* name, const char* comments);
+KXSOUND_API int qorSound_IsSoundEnabled(const char* name);
+KXSOUND_API void qorSound_SetSoundEnabled(const char* name, int enabled);
+
+// ---- parameters ----
+KXSOUND_API SOUND_PLAYMODE qorSound_GetSoundPlayMode(const char* name);
+KXSOUND_API void qorSound_SetSoundPlayMode(const char* name, SOUND_PLAYMODE mode);
+KXSOUND_API int qorSound_GetVolume(const char* name);
+KXSOUND_API void qorSound_SetVolume(const char* name, int volume);
+KXSOUND_API void qorSound_SetVolume2(const char* name, int volume);
+KXSOUND_API int qorSound_GetFrequency(const char* name);
+KXSOUND_API void qorSound_SetFrequency(const char* name, int frequency);
+KXSOUND_API void qorSound_GetDistances(const char* name, float* minimum, float* maximum);
+KXSOUND_API void qorSound_SetDistances(const char* name, float minimum, float maximum);
+KXSOUND_API void qorSound_SetSoundMinMaxDistances(void* sound, float minimum, float maximum);
+KXSOUND_API int qorSound_GetNumStreams(const char* name);
+KXSOUND_API void qorSound_SetNumStreams(const char* name, int count);
+KXSOUND_API int qorSound_GetLooped(const char* name);
+KXSOUND_API void qorSound_SetLooped(const char* name, int looped);
+KXSOUND_API int qorSound_GetCrossed(const char* name);
+KXSOUND_API void qorSound_SetCrossed(const char* name, int crossed);
+KXSOUND_API int qorSound_Get3D(const char* name);
+KXSOUND_API void qorSound_Set3D(const char* name, int is3D);
+
+// ---- file lists ----
+KXSOUND_API void qorSound_EnumerateFiles(const char* name, QORSOUND_ENUM_FILES_CALLBACK callback);
+// path: 63 bytes of room.
+KXSOUND_API LONG qorSound_GetFile(const char* name, char* path, int index);
+KXSOUND_API int qorSound_IsFileEnabled(const char* name, int index);
+KXSOUND_API void qorSound_SetFileEnabled(const char* name, int index, int enabled);
+// path: in and out; receives the stored (lower-case) form. A path of more than 62
+// characters does not fit a file record and is refused.
+KXSOUND_API LONG qorSound_AddFile(const char* name, char* path);
+KXSOUND_API void qorSound_DeleteFile(const char* name, int index);
+KXSOUND_API void qorSound_SwapFiles(const char* name, int first, int second);
+
+// ---- pages ----
+// A page name holds at most 15 characters; a longer one is refused.
+KXSOUND_API LONG qorSound_NewPage(const char* name);
+KXSOUND_API void qorSound_EnumeratePages(QORSOUND_ENUM_PAGES_CALLBACK callback);
+// name: 16 bytes of room.
+KXSOUND_API LONG qorSound_GetPageName(int index, char* name);
+KXSOUND_API LONG qorSound_SetPageName(int index, const char* name);
+KXSOUND_API LONG qorSound_DeletePage(int index);
+KXSOUND_API void qorSound_SetSoundPage(const char* sound, int page);
+KXSOUND_API int qorSound_GetSoundPage(const char* sound);
+
+// ---- base file ----
+KXSOUND_API LONG qorSound_LoadBase();
+KXSOUND_API LONG qorSound_SaveBase();
+
+// ---- wave information ----
+// name: 22 bytes of room.
+KXSOUND_API void qorSound_WaveFormatStr(ULONG tag, char* name);
+
+#endif

@@ -1,0 +1,137 @@
+// The catalogue's binary file, Sounds.qorSound.
+#include "base/base_file.h"
+
+#include <cstdio>
+#include <cstring>
+#include <new>
+
+#include "base/base_layout.h"
+#include "base/catalogue.h"
+#include "base/pages.h"
+#include "base/text.h"
+#include "core/state.h"
+#include "kxEngine.h"
+
+bool FileCursor::Read(void* buffer, uint32_t count) {
+  if (count > Remaining) return false;
+  DWORD done = 0;
+  qorReadFile(File, buffer, count, &done, nullptr);
+  Remaining -= done < Remaining ? done : Remaining;
+  return done == count;
+}
+
+bool FileCursor::Skip(uint32_t count) {
+  uint8_t scratch[4096];
+  while (count > 0) {
+    uint32_t step = count < sizeof scratch ? count : static_cast<uint32_t>(sizeof scratch);
+    if (!Read(scratch, step)) return false;
+    count -= step;
+  }
+  return true;
+}
+
+bool WriteAll(HANDLE file, const void* buffer, uint32_t count) {
+  DWORD done = 0;
+  qorWriteFile(file, buffer, count, &done, nullptr);
+  return done == count;
+}
+
+void StripPathPrefix(char* path, const char* prefix, size_t size) {
+  size_t length = std::strlen(prefix);
+  if (std::strncmp(path, prefix, length) != 0) return;
+  size_t rest = BoundedLength(path + length, size - length);
+  std::memmove(path, path + length, rest);
+  path[rest] = 0;
+}
+
+void ForcePathPrefix(char* path, const char* prefix, size_t size) {
+  size_t length = std::strlen(prefix);
+  if (std::strncmp(path, prefix, length) == 0) return;
+  char joined[PATH_BUFFER_SIZE];
+  std::snprintf(joined, sizeof joined, "%s%.*s", prefix, static_cast<int>(BoundedLength(path, size)), path);
+  CopyTruncated(path, size, joined);
+}
+
+void CleanStoredPath(char* path, size_t size) {
+  LowerAscii(path);
+  StripPathPrefix(path, "base\\", size);
+  ForcePathPrefix(path, "sounds\\", size);
+}
+
+namespace {
+
+LONG CloseWith(HANDLE file, LONG result) {
+  qorCloseHandle(file);
+  return result;
+}
+
+}  // namespace
+
+LONG qorSound_LoadBase() {
+  DestroySoundList();
+  HANDLE file = qorCreateFile(BaseFilePath, GENERIC_READ, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return E_FAIL;
+  FileCursor cursor{file, qorGetFileSize(file, nullptr)};
+
+  uint8_t header[HEADER_SIZE];
+  if (!cursor.Read(header, sizeof header)) return CloseWith(file, E_FAIL);
+  if (std::memcmp(header, BASE_MAGIC, sizeof BASE_MAGIC) != 0) return CloseWith(file, E_FAIL);
+
+  // The table holds 256 pages: further stored records are read past, and a
+  // negative count is no page at all.
+  int32_t storedPages = GetField<int32_t>(header, HEADER_PAGE_COUNT);
+  std::memset(PageTable, 0, sizeof PageTable);
+  PageCount = storedPages < 0 ? 0 : (storedPages > MAX_PAGES ? MAX_PAGES : storedPages);
+  if (!cursor.Read(PageTable, static_cast<uint32_t>(PageCount) * PAGE_RECORD_SIZE)) return CloseWith(file, E_FAIL);
+  // Cut a name without terminator, and drop what older names left behind it.
+  for (int i = 0; i < PageCount; ++i) {
+    char* name = PageTable[i].Name;
+    size_t length = BoundedLength(name, PAGE_NAME_SIZE - 1);
+    std::memset(name + length, 0, PAGE_NAME_SIZE - length);
+  }
+  if (storedPages > MAX_PAGES &&
+      (static_cast<uint64_t>(storedPages - MAX_PAGES) * PAGE_RECORD_SIZE > cursor.Remaining ||
+       !cursor.Skip(static_cast<uint32_t>(storedPages - MAX_PAGES) * PAGE_RECORD_SIZE))) {
+    return CloseWith(file, E_FAIL);
+  }
+
+  int32_t storedSounds = GetField<int32_t>(header, HEADER_SOUND_COUNT);
+  for (int32_t i = 0; i < storedSounds; ++i) {
+    char name[NAME_BLOCK_SIZE];
+    if (!cursor.Read(name, sizeof name)) return CloseWith(file, E_FAIL);
+    name[NAME_BLOCK_SIZE - 1] = 0;
+    auto* entry = new (std::nothrow) SoundEntry(name);
+    if (!entry) return CloseWith(file, E_FAIL);
+    if (entry->ReadFrom(cursor) != S_OK) {
+      delete entry;
+      return CloseWith(file, E_FAIL);
+    }
+    if (ToolMode != 0 || entry->Enabled != 0) {
+      AppendSoundEntry(entry);
+    } else {
+      delete entry;
+    }
+  }
+  return CloseWith(file, S_OK);
+}
+
+LONG qorSound_SaveBase() {
+  HANDLE file = qorCreateFile(BaseFilePath, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return E_FAIL;
+
+  uint8_t header[HEADER_SIZE] = {};
+  std::memcpy(header, BASE_MAGIC, sizeof BASE_MAGIC);
+  PutField<int32_t>(header, HEADER_SOUND_COUNT, SoundList ? SoundList->Count() : 0);
+  PutField<int32_t>(header, HEADER_PAGE_COUNT, PageCount);
+  if (!WriteAll(file, header, sizeof header)) return CloseWith(file, E_FAIL);
+  if (!WriteAll(file, PageTable, static_cast<uint32_t>(PageCount) * PAGE_RECORD_SIZE)) return CloseWith(file, E_FAIL);
+
+  for (SoundEntry* entry = SoundList; entry; entry = entry->NextEntry()) {
+    // Zeroed behind the terminator, so the same catalogue always gives the same bytes.
+    char name[NAME_BLOCK_SIZE] = {};
+    std::memcpy(name, entry->Name, std::strlen(entry->Name) + 1);
+    if (!WriteAll(file, name, sizeof name)) return CloseWith(file, E_FAIL);
+    if (entry->WriteTo(file) != S_OK) return CloseWith(file, E_FAIL);
+  }
+  return CloseWith(file, S_OK);
+}

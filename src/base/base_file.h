@@ -1,0 +1,31 @@
+// Reading and writing the catalogue's binary file through the engine's file layer.
+#ifndef KXSOUND_BASE_BASE_FILE_H
+#define KXSOUND_BASE_BASE_FILE_H
+
+#include <cstddef>
+#include <cstdint>
+
+#include "kxTypes.h"
+
+// An open file being read, with the bytes it has left, so that no stored count can
+// make the reader allocate more than the file could fill.
+struct FileCursor {
+  HANDLE File;
+  uint32_t Remaining;
+
+  // True when all count bytes arrived.
+  bool Read(void* buffer, uint32_t count);
+  // Reads and drops count bytes.
+  bool Skip(uint32_t count);
+};
+
+bool WriteAll(HANDLE file, const void* buffer, uint32_t count);
+
+// Path clean-up at load. Both work in place on a path field of size bytes; a result
+// that does not fit is cut so the field keeps its terminator.
+void StripPathPrefix(char* path, const char* prefix, size_t size);
+void ForcePathPrefix(char* path, const char* prefix, size_t size);
+// Lower case, "base\" taken off, "sounds\" forced on.
+void CleanStoredPath(char* path, size_t size);
+
+#endif

@@ -1,0 +1,160 @@
+#include "base/catalogue.h"
+
+#include <cstdio>
+#include <cstring>
+#include <new>
+
+#include "base/text.h"
+#include "core/state.h"
+
+namespace {
+
+// Cached end of SoundList, so that loading thousands of sounds does not walk the
+// list once per sound. Every change of the list's links goes through this file.
+SoundEntry* SoundListTail = nullptr;
+
+constexpr int FIND_LIMIT = 1024;
+
+bool FitsName(const char* name) { return BoundedLength(name, NAME_SIZE) < NAME_SIZE; }
+
+}  // namespace
+
+SoundEntry* FindSoundEntry(const char* name, bool follow) {
+  if (!name) return nullptr;
+  auto* entry = static_cast<SoundEntry*>(NamedNode::Find(SoundList, name, FIND_LIMIT));
+  if (entry && follow) entry = entry->ResolveRedirect();
+  return entry;
+}
+
+void MakeUniqueSoundName(char* name) {
+  // A name that does not fit the field counts as taken and is replaced.
+  if (name[0] != 0 && FitsName(name) && !FindSoundEntry(name, true)) return;
+  do {
+    ++SoundNameCounter;
+    std::snprintf(name, NAME_SIZE, "Sound#%03d", SoundNameCounter);
+  } while (FindSoundEntry(name, true));
+}
+
+void AppendSoundEntry(SoundEntry* entry) {
+  if (!SoundList) {
+    SoundList = entry;
+  } else {
+    if (!SoundListTail || SoundListTail->Next) {
+      SoundListTail = SoundList;
+      while (SoundListTail->Next) SoundListTail = SoundListTail->NextEntry();
+    }
+    SoundListTail->Append(entry);
+  }
+  SoundListTail = entry;
+}
+
+void DeleteSoundEntry(SoundEntry* entry) {
+  if (entry == SoundListTail) SoundListTail = nullptr;
+  SoundList = static_cast<SoundEntry*>(NamedNode::Remove(SoundList, entry));
+  delete entry;
+}
+
+void DestroySoundList() {
+  SoundEntry* head = SoundList;
+  SoundList = nullptr;
+  SoundListTail = nullptr;
+  // Every entry dies, so links between them are simply dropped first.
+  for (SoundEntry* entry = head; entry; entry = entry->NextEntry()) {
+    entry->Redirect = nullptr;
+    entry->RedirectedBy = 0;
+  }
+  delete head;
+}
+
+// ---- exported operations ----
+
+LONG qorSound_FindSound(const char* name, void** sound) {
+  if (!SystemInitialized) return E_FAIL;
+  SoundEntry* entry = FindSoundEntry(name, true);
+  if (sound) *sound = entry;
+  return entry ? S_OK : E_FAIL;
+}
+
+LONG qorSound_GetSoundName(void* sound, char* name) {
+  if (!SystemInitialized) return E_FAIL;
+  if (!sound || !name) return E_FAIL;
+  const SoundEntry* entry = static_cast<SoundEntry*>(sound);
+  std::memcpy(name, entry->Name, std::strlen(entry->Name) + 1);
+  return S_OK;
+}
+
+void qorSound_CreateNewSound(char* name) {
+  if (!SystemInitialized || !name) return;
+  MakeUniqueSoundName(name);
+  if (auto* entry = new (std::nothrow) SoundEntry(name)) AppendSoundEntry(entry);
+}
+
+void qorSound_DeleteSound(void* sound) {
+  if (!SystemInitialized || !sound) return;
+  DeleteSoundEntry(static_cast<SoundEntry*>(sound));
+}
+
+void qorSound_DeleteSound(const char* name) {
+  if (!SystemInitialized) return;
+  if (SoundEntry* entry = FindSoundEntry(name, true)) DeleteSoundEntry(entry);
+}
+
+void qorSound_CloneSound(const char* source, char* newName) {
+  if (!SystemInitialized || !newName) return;
+  SoundEntry* original = FindSoundEntry(source, true);
+  if (!original) return;
+  newName[0] = 0;
+  MakeUniqueSoundName(newName);
+  auto* clone = new (std::nothrow) SoundEntry(newName);
+  if (!clone) return;
+  uint8_t block[PARAMETER_BLOCK_SIZE];
+  original->GetParameterBlock(block);
+  clone->SetParameterBlock(block);
+  AppendSoundEntry(clone);
+}
+
+void qorSound_CopyParameters(const char* target, const char* source) {
+  if (!SystemInitialized) return;
+  SoundEntry* to = FindSoundEntry(target, true);
+  SoundEntry* from = FindSoundEntry(source, true);
+  if (!to || !from || to == from) return;
+  uint8_t block[PARAMETER_BLOCK_SIZE];
+  from->GetParameterBlock(block);
+  to->SetParameterBlock(block);
+}
+
+LONG qorSound_ChangeName(const char* name, const char* newName) {
+  if (!SystemInitialized) return E_FAIL;
+  SoundEntry* entry = FindSoundEntry(name, true);
+  if (!entry || !newName || !FitsName(newName)) return E_FAIL;
+  if (FindSoundEntry(newName, true)) return E_FAIL;
+  entry->SetName(newName);
+  return S_OK;
+}
+
+void qorSound_EnumerateSounds(QORSOUND_ENUM_SOUNDS_CALLBACK callback) {
+  if (!SystemInitialized || !callback) return;
+  for (SoundEntry* entry = SoundList; entry; entry = entry->NextEntry()) callback(entry->Name, entry->Page);
+}
+
+char* qorSound_GetSoundComments(const char* name) {
+  if (!SystemInitialized) return nullptr;
+  SoundEntry* entry = FindSoundEntry(name, true);
+  return entry ? entry->Comments : nullptr;
+}
+
+void qorSound_SetSoundComments(const char* name, const char* comments) {
+  if (!SystemInitialized) return;
+  if (SoundEntry* entry = FindSoundEntry(name, true)) entry->SetComments(comments);
+}
+
+int qorSound_IsSoundEnabled(const char* name) {
+  if (!SystemInitialized) return 0;
+  SoundEntry* entry = FindSoundEntry(name, true);
+  return entry ? entry->Enabled : 0;
+}
+
+void qorSound_SetSoundEnabled(const char* name, int enabled) {
+  if (!SystemInitialized) return;
+  if (SoundEntry* entry = FindSoundEntry(name, true)) entry->Enabled = enabled;
+}

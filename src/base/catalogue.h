@@ -1,0 +1,19 @@
+// The catalogue: SoundList and the one search by name.
+#ifndef KXSOUND_BASE_CATALOGUE_H
+#define KXSOUND_BASE_CATALOGUE_H
+
+#include "base/sound_entry.h"
+
+// The entry of that name, compared without regard to A-Z case; with follow set,
+// the end of its redirection chain.
+SoundEntry* FindSoundEntry(const char* name, bool follow);
+// Leaves name alone when it is free, else writes the next free "Sound#%03d" into it.
+void MakeUniqueSoundName(char* name);
+// Adds an entry at the tail of SoundList.
+void AppendSoundEntry(SoundEntry* entry);
+// Takes an entry out of SoundList and destroys it.
+void DeleteSoundEntry(SoundEntry* entry);
+// Destroys every entry; SoundList is null afterwards.
+void DestroySoundList();
+
+#endif

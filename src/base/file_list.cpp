@@ -1,0 +1,61 @@
+// The list of wave files of one sound.
+#include "base/file_list.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "base/catalogue.h"
+#include "base/text.h"
+#include "core/state.h"
+
+namespace {
+
+SoundEntry* Target(const char* name) { return SystemInitialized ? FindSoundEntry(name, true) : nullptr; }
+
+}  // namespace
+
+void ResolveSoundPath(const char* stored, char* full) {
+  if (std::strchr(stored, ':')) {
+    CopyTruncated(full, PATH_BUFFER_SIZE, stored);
+  } else {
+    std::snprintf(full, PATH_BUFFER_SIZE, "%s%s", RootFolder, stored);
+  }
+}
+
+void qorSound_EnumerateFiles(const char* name, QORSOUND_ENUM_FILES_CALLBACK callback) {
+  SoundEntry* entry = Target(name);
+  if (!entry || !callback) return;
+  for (int i = 0; i < entry->NumFiles; ++i) callback(entry->Files[i].Path);
+}
+
+LONG qorSound_GetFile(const char* name, char* path, int index) {
+  SoundEntry* entry = Target(name);
+  if (!entry || !path || !entry->IsFileIndexValid(index)) return E_FAIL;
+  const char* stored = entry->Files[index].Path;
+  std::memcpy(path, stored, BoundedLength(stored, FILE_PATH_SIZE) + 1);
+  return S_OK;
+}
+
+int qorSound_IsFileEnabled(const char* name, int index) {
+  SoundEntry* entry = Target(name);
+  return entry && entry->IsFileIndexValid(index) ? entry->Files[index].Enabled : 0;
+}
+
+void qorSound_SetFileEnabled(const char* name, int index, int enabled) {
+  SoundEntry* entry = Target(name);
+  if (entry && entry->IsFileIndexValid(index)) entry->Files[index].Enabled = static_cast<uint8_t>(enabled);
+}
+
+LONG qorSound_AddFile(const char* name, char* path) {
+  SoundEntry* entry = Target(name);
+  if (!entry || !path) return E_FAIL;
+  return entry->AddFile(path);
+}
+
+void qorSound_DeleteFile(const char* name, int index) {
+  if (SoundEntry* entry = Target(name)) entry->DeleteFile(index);
+}
+
+void qorSound_SwapFiles(const char* name, int first, int second) {
+  if (SoundEntry* entry = Target(name)) entry->SwapFiles(first, second);
+}

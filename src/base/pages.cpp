@@ -1,0 +1,86 @@
+// The page table.
+#include "base/pages.h"
+
+#include <cstring>
+
+#include "base/catalogue.h"
+#include "base/text.h"
+#include "core/state.h"
+
+namespace {
+
+bool IndexInTable(int index) { return index >= 0 && index < PageCount; }
+
+// True when another used page (not the one at except) has this name, A-Z folded.
+bool PageNameTaken(const char* name, int except) {
+  for (int i = 0; i < PageCount; ++i) {
+    if (i != except && EqualFolded(PageTable[i].Name, name, PAGE_NAME_SIZE)) return true;
+  }
+  return false;
+}
+
+bool FitsPage(const char* name) { return name && BoundedLength(name, PAGE_NAME_SIZE) < PAGE_NAME_SIZE; }
+
+// Zero behind the terminator, so a saved table carries no leftovers of older names.
+void WritePageName(int index, const char* name) {
+  std::memset(PageTable[index].Name, 0, PAGE_NAME_SIZE);
+  CopyIfFits(PageTable[index].Name, PAGE_NAME_SIZE, name);
+}
+
+}  // namespace
+
+LONG qorSound_NewPage(const char* name) {
+  if (!SystemInitialized) return E_FAIL;
+  if (PageCount >= MAX_PAGES || !FitsPage(name) || PageNameTaken(name, -1)) return E_FAIL;
+  WritePageName(PageCount, name);
+  PageCount++;
+  return S_OK;
+}
+
+void qorSound_EnumeratePages(QORSOUND_ENUM_PAGES_CALLBACK callback) {
+  if (!SystemInitialized || !callback) return;
+  for (int i = 0; i < PageCount; ++i) callback(PageTable[i].Name);
+}
+
+LONG qorSound_GetPageName(int index, char* name) {
+  if (!SystemInitialized) return E_FAIL;
+  if (!IndexInTable(index) || !name) return E_FAIL;
+  CopyTruncated(name, PAGE_NAME_SIZE, PageTable[index].Name);
+  return S_OK;
+}
+
+LONG qorSound_SetPageName(int index, const char* name) {
+  if (!SystemInitialized) return E_FAIL;
+  if (!IndexInTable(index) || !FitsPage(name) || PageNameTaken(name, index)) return E_FAIL;
+  WritePageName(index, name);
+  return S_OK;
+}
+
+LONG qorSound_DeletePage(int index) {
+  if (!SystemInitialized) return E_FAIL;
+  if (!IndexInTable(index)) return E_FAIL;
+  for (int i = index + 1; i < PageCount; ++i) PageTable[i - 1] = PageTable[i];
+  SoundEntry* entry = SoundList;
+  while (entry) {
+    SoundEntry* next = entry->NextEntry();
+    if (entry->Page == index) {
+      DeleteSoundEntry(entry);
+    } else if (entry->Page > index) {
+      entry->Page--;
+    }
+    entry = next;
+  }
+  PageCount--;
+  return S_OK;
+}
+
+void qorSound_SetSoundPage(const char* sound, int page) {
+  if (!SystemInitialized) return;
+  if (SoundEntry* entry = FindSoundEntry(sound, true)) entry->Page = page;
+}
+
+int qorSound_GetSoundPage(const char* sound) {
+  if (!SystemInitialized) return 0;
+  SoundEntry* entry = FindSoundEntry(sound, true);
+  return entry ? entry->Page : 0;
+}

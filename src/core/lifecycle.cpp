@@ -1,0 +1,58 @@
+// Start-up, shutdown and the plain switches of the module.
+#include <dlfcn.h>
+
+#include <cstdio>
+#include <cstring>
+
+#include "base/catalogue.h"
+#include "core/state.h"
+#include "kxEngine.h"
+
+namespace {
+
+constexpr char BASE_FILE_NAME[] = "Sounds.qorSound";
+
+// The module attach: remember where this library is mapped.
+__attribute__((constructor)) void AttachModule() {
+  Dl_info info;
+  if (dladdr(reinterpret_cast<void*>(&AttachModule), &info) && info.dli_fbase) ModuleHandle = info.dli_fbase;
+}
+
+void BuildBaseFilePath() {
+  // A root too long for the path leaves it empty, so load and save fail rather
+  // than reach a file of a cut name.
+  int written = std::snprintf(BaseFilePath, sizeof BaseFilePath, "%s%s", RootFolder, BASE_FILE_NAME);
+  if (written < 0 || written >= static_cast<int>(sizeof BaseFilePath)) BaseFilePath[0] = 0;
+}
+
+}  // namespace
+
+LONG qorSound_Initialize(HWND window, int toolMode) {
+  qorFileIO_GetFolder(RootFolder, nullptr);
+  RootFolder[sizeof RootFolder - 1] = 0;
+  BuildBaseFilePath();
+  ToolMode = toolMode;
+  qorSound_LoadBase();
+  if (toolMode == 0) qorTune_CreateKey("qorSound_Update");
+  SystemInitialized = 1;
+  return S_OK;
+}
+
+LONG qorSound_Finalize() {
+  if (!SystemInitialized) return E_FAIL;
+  DestroySoundList();
+  SystemInitialized = 0;
+  return S_OK;
+}
+
+void qorSound_SetNotifyCallback(QORSOUND_NOTIFY_CALLBACK callback) {
+  if (SystemInitialized) NotifyCallback = callback;
+}
+
+void qorSound_Enable3DPlay(int enable) {
+  if (SystemInitialized) Play3DEnabled = enable;
+}
+
+void qorSound_SetLatency(ULONG milliseconds) {
+  if (SystemInitialized) SoundLatency = milliseconds;
+}

@@ -1,0 +1,43 @@
+// The process-wide state of the module. There is one system per process and no
+// context object: every part of the module works on these variables by name.
+#ifndef KXSOUND_CORE_STATE_H
+#define KXSOUND_CORE_STATE_H
+
+#include "kxSound.h"
+
+class SoundEntry;
+struct SoundPage;
+
+// Life cycle and switches.
+extern int SystemInitialized;
+extern int SoundEnabled;
+extern int ToolMode;
+extern HMODULE ModuleHandle;
+extern QORSOUND_NOTIFY_CALLBACK NotifyCallback;
+extern float VolumeFactor;
+extern int MasterVolume;
+extern float FrequencyFactor;
+extern int Play3DEnabled;
+extern uint32_t SoundLatency;
+extern uint32_t UpdateDelay;
+extern uint32_t LastUpdateTick;
+extern LONG SoundsCreatedVar;
+
+// Paths.
+constexpr int PATH_BUFFER_SIZE = 256;
+extern char RootFolder[PATH_BUFFER_SIZE];
+extern char BaseFilePath[PATH_BUFFER_SIZE];
+
+// Catalogue.
+constexpr int MAX_PAGES = 256;
+extern SoundEntry* SoundList;
+extern int SoundNameCounter;
+extern SoundPage PageTable[MAX_PAGES];
+extern int PageCount;
+
+// Statistics.
+extern int ShowStatistic;
+extern float StatisticScale;
+extern int StatisticsLine;
+
+#endif

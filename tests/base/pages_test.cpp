@@ -1,0 +1,70 @@
+#include <string>
+#include <vector>
+
+#include "module_fixture.h"
+
+namespace {
+
+std::vector<std::string> Enumerated;
+void Collect(char* name) { Enumerated.emplace_back(name); }
+
+std::vector<std::string> Pages() {
+  Enumerated.clear();
+  qorSound_EnumeratePages(Collect);
+  return Enumerated;
+}
+
+using PagesTest = ModuleTest;
+
+TEST_F(PagesTest, TheTableHolds256UniqueShortNames) {
+  EXPECT_TRUE(Pages().empty());
+  ASSERT_EQ(qorSound_NewPage("Footsteps"), S_OK);
+  EXPECT_EQ(qorSound_NewPage("FOOTSTEPS"), E_FAIL);
+  EXPECT_EQ(qorSound_NewPage("sixteen_chars_xx"), E_FAIL);
+  EXPECT_EQ(qorSound_NewPage("fifteen_chars_x"), S_OK);
+  for (int i = 2; i < 256; ++i) ASSERT_EQ(qorSound_NewPage(("p" + std::to_string(i)).c_str()), S_OK) << i;
+  EXPECT_EQ(qorSound_NewPage("one more"), E_FAIL);
+  EXPECT_EQ(PageCount, 256);
+  EXPECT_EQ(Pages().back(), "p255");
+}
+
+TEST_F(PagesTest, RenameMayChangeItsOwnCaseOnly) {
+  qorSound_NewPage("Doors");
+  qorSound_NewPage("Guns");
+  EXPECT_EQ(qorSound_SetPageName(0, "DOORS"), S_OK);
+  EXPECT_EQ(qorSound_SetPageName(0, "guns"), E_FAIL);
+  EXPECT_EQ(qorSound_SetPageName(0, "a_name_too_long_"), E_FAIL);
+  EXPECT_EQ(qorSound_SetPageName(2, "x"), E_FAIL);
+  char name[16] = "unchanged";
+  EXPECT_EQ(qorSound_GetPageName(2, name), E_FAIL);
+  EXPECT_EQ(qorSound_GetPageName(-1, name), E_FAIL);
+  EXPECT_STREQ(name, "unchanged");
+  ASSERT_EQ(qorSound_GetPageName(0, name), S_OK);
+  EXPECT_STREQ(name, "DOORS");
+}
+
+TEST_F(PagesTest, DeletingAPageDestroysItsSoundsAndShiftsTheOthers) {
+  for (const char* page : {"zero", "one", "two"}) qorSound_NewPage(page);
+  // The head stands on the deleted page, and one sound lies far beyond the table.
+  const std::pair<const char*, int> sounds[] = {{"head", 1}, {"a", 0}, {"b", 1}, {"c", 2}, {"far", 40}};
+  for (const auto& [name, page] : sounds) {
+    Create(name);
+    qorSound_SetSoundPage(name, page);
+  }
+  ASSERT_EQ(qorSound_DeletePage(1), S_OK);
+  EXPECT_EQ(Pages(), (std::vector<std::string>{"zero", "two"}));
+  EXPECT_STREQ(SoundList->Name, "a");
+  EXPECT_EQ(qorSound_FindSound("b", nullptr), E_FAIL);
+  EXPECT_EQ(qorSound_GetSoundPage("a"), 0);
+  EXPECT_EQ(qorSound_GetSoundPage("c"), 1);
+  EXPECT_EQ(qorSound_GetSoundPage("far"), 39);
+  EXPECT_EQ(qorSound_DeletePage(2), E_FAIL);
+
+  ASSERT_EQ(qorSound_DeletePage(1), S_OK);
+  ASSERT_EQ(qorSound_DeletePage(0), S_OK);
+  EXPECT_EQ(PageCount, 0);
+  EXPECT_STREQ(SoundList->Name, "far");
+  EXPECT_EQ(qorSound_GetSoundPage("far"), 37);
+}
+
+}  // namespace

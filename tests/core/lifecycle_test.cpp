@@ -1,0 +1,100 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "base/catalogue.h"
+#include "core/state.h"
+#include "kxEngine.h"
+#include "kxHost.h"
+#include "kxSound.h"
+#include "temp_dir.h"
+
+namespace {
+
+class Lifecycle : public ::testing::Test {
+protected:
+  void SetUp() override { kxHost_SetRootFolder(root.path().c_str()); }
+  void TearDown() override {
+    if (SystemInitialized) qorSound_Finalize();
+  }
+  TempDir root;
+};
+
+TEST_F(Lifecycle, FinalizeOnlyAfterARunningStart) {
+  EXPECT_EQ(qorSound_Finalize(), E_FAIL);
+  ASSERT_EQ(qorSound_Initialize(nullptr, 1), S_OK);
+  EXPECT_EQ(qorSound_Finalize(), S_OK);
+  EXPECT_EQ(qorSound_Finalize(), E_FAIL);
+}
+
+TEST_F(Lifecycle, GatedOperationsRefuseUntilStarted) {
+  char name[256] = "door";
+  qorSound_CreateNewSound(name);
+  EXPECT_EQ(qorSound_FindSound("door", nullptr), E_FAIL);
+  EXPECT_EQ(qorSound_NewPage("p"), E_FAIL);
+  EXPECT_EQ(qorSound_GetVolume("door"), 0);
+  char format[22] = "untouched";
+  qorSound_WaveFormatStr(1, format);
+  EXPECT_STREQ(format, "untouched");
+  // The base file has no gate but has no path before a start either.
+  EXPECT_EQ(qorSound_SaveBase(), E_FAIL);
+
+  qorSound_Enable3DPlay(0);
+  qorSound_SetLatency(40);
+  EXPECT_EQ(Play3DEnabled, 1);
+  EXPECT_EQ(SoundLatency, 0u);
+
+  ASSERT_EQ(qorSound_Initialize(nullptr, 1), S_OK);
+  EXPECT_EQ(SoundList, nullptr) << "no base file: an empty catalogue";
+  qorSound_SetLatency(40);
+  EXPECT_EQ(SoundLatency, 40u);
+  qorSound_Finalize();
+  // Settings outlive the system.
+  EXPECT_EQ(SoundLatency, 40u);
+  SoundLatency = 0;
+}
+
+TEST_F(Lifecycle, TheBaseFileLivesInTheRootFolder) {
+  ASSERT_EQ(qorSound_Initialize(nullptr, 1), S_OK);
+  EXPECT_EQ(std::string(BaseFilePath), root.path() + "Sounds.qorSound");
+  char name[256] = "door";
+  qorSound_CreateNewSound(name);
+  ASSERT_EQ(qorSound_SaveBase(), S_OK);
+  qorSound_Finalize();
+  ASSERT_EQ(qorSound_Initialize(nullptr, 1), S_OK);
+  EXPECT_EQ(qorSound_FindSound("DOOR", nullptr), S_OK);
+}
+
+TEST_F(Lifecycle, ARootTooLongForThePathLoadsAndSavesNothing) {
+  std::string deep = root.path() + std::string(230, 'd');
+  kxHost_SetRootFolder(deep.c_str());
+  ASSERT_EQ(qorSound_Initialize(nullptr, 1), S_OK);
+  EXPECT_EQ(BaseFilePath[0], 0);
+  EXPECT_EQ(qorSound_SaveBase(), E_FAIL);
+}
+
+TEST_F(Lifecycle, OnlyTheGameRegistersItsTuningKey) {
+  ASSERT_EQ(qorSound_Initialize(nullptr, 1), S_OK);
+  qorSound_Finalize();
+  EXPECT_EQ(kxHost_FindTuneKey("qorSound_Update"), -1);
+  ASSERT_EQ(qorSound_Initialize(nullptr, 0), S_OK);
+  EXPECT_GE(kxHost_FindTuneKey("qorSound_Update"), 0);
+}
+
+TEST_F(Lifecycle, FormatNamesComeFromTheFixedTable) {
+  ASSERT_EQ(qorSound_Initialize(nullptr, 1), S_OK);
+  struct {
+    ULONG tag;
+    const char* name;
+  } cases[] = {{1, "PCM"}, {2, "ADPCM"}, {0x55, "MPEGLAYER3"}, {0x13, "SIERRA_ADPCM"}, {0x203, "CREATIVE FASTSPEECH10"},
+               {0x1400, "NORRIS"}, {0, "UNKNOWN"}, {3, "UNKNOWN"}, {0x10001, "UNKNOWN"}, {0xFFFF, "UNKNOWN"}};
+  for (const auto& c : cases) {
+    char name[22];
+    std::memset(name, 'x', sizeof name);
+    qorSound_WaveFormatStr(c.tag, name);
+    EXPECT_STREQ(name, c.name) << c.tag;
+  }
+}
+
+}  // namespace

@@ -1,0 +1,112 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "kxEngine.h"
+#include "kxHost.h"
+
+namespace {
+
+std::vector<std::string> g_printed;
+std::vector<std::string> g_args;
+ULONG g_lastId = 0;
+int g_calls = 0;
+
+void capture(const char* text) { g_printed.emplace_back(text); }
+
+LONG record(ULONG id, int argc, char** argv) {
+  ++g_calls;
+  g_lastId = id;
+  g_args.clear();
+  for (int i = 0; i < argc; ++i) {
+    argv[i][0] = argv[i][0];  // must be writable
+    g_args.emplace_back(argv[i]);
+  }
+  EXPECT_EQ(argv[argc], nullptr);
+  return 0;
+}
+
+class Console : public ::testing::Test {
+protected:
+  void SetUp() override {
+    kxHost_ClearCommands();
+    kxHost_SetPrintSink(capture);
+    g_printed.clear();
+    g_args.clear();
+    g_calls = 0;
+    qorConsole_RegisterCommand("Sound", "SoundVolume", 2, record, 7, 1, 0);
+    qorConsole_RegisterCommand("Sound", "SoundPlay", 6, record, 8, 0, 0);
+    qorConsole_RegisterCommand("Debug", "ShowVoices", 0, record, 9, 0, 0);
+  }
+  void TearDown() override {
+    kxHost_SetPrintSink(nullptr);
+    kxHost_ClearCommands();
+  }
+  std::string printed() const {
+    std::string all;
+    for (const auto& line : g_printed) all += line + "\n";
+    return all;
+  }
+};
+
+}  // namespace
+
+TEST_F(Console, SplitsOnBlanksAndKeepsQuotedTextTogether) {
+  EXPECT_EQ(kxHost_Execute("  soundvolume \t\"music bus\"   0.5 "), 0);
+  EXPECT_EQ(g_lastId, 7u);
+  EXPECT_EQ(g_args, (std::vector<std::string>{"music bus", "0.5"}));
+
+  // An empty quoted word still counts as a parameter.
+  EXPECT_EQ(kxHost_Execute("SOUNDVOLUME \"\""), 0);
+  EXPECT_EQ(g_args, (std::vector<std::string>{""}));
+
+  std::string big(10000, 'a');
+  EXPECT_EQ(kxHost_Execute(("SoundVolume " + big).c_str()), 0);
+  EXPECT_EQ(g_args, (std::vector<std::string>{big}));
+}
+
+TEST_F(Console, RefusesWrongParameterCountsWithoutCallingTheHandler) {
+  EXPECT_EQ(kxHost_Execute("SoundVolume"), -2);
+  EXPECT_EQ(kxHost_Execute("SoundVolume a b c"), -2);
+  EXPECT_EQ(kxHost_Execute("SoundPlay 1 2 3 4 5"), -2);
+  EXPECT_EQ(kxHost_Execute("ShowVoices x"), -2);
+  EXPECT_EQ(g_calls, 0);
+  EXPECT_NE(printed().find("Usage: SoundVolume p1 [p2]"), std::string::npos);
+
+  EXPECT_EQ(kxHost_Execute("SoundVolume master"), 0);  // the optional one left out
+  EXPECT_EQ(kxHost_Execute("SoundPlay 1 2 3 4 5 6"), 0);
+  EXPECT_EQ(kxHost_Execute("showvoices"), 0);
+  EXPECT_EQ(g_calls, 3);
+  EXPECT_TRUE(g_args.empty());
+}
+
+TEST_F(Console, UnknownAndBlankLines) {
+  EXPECT_EQ(kxHost_Execute("Nope 1"), -1);
+  EXPECT_NE(printed().find("Unknown command: Nope"), std::string::npos);
+  g_printed.clear();
+  EXPECT_EQ(kxHost_Execute(" \t "), -1);
+  EXPECT_TRUE(g_printed.empty());
+}
+
+TEST_F(Console, HelpListsCommandsByGroup) {
+  EXPECT_EQ(kxHost_Execute("HELP"), 0);
+  EXPECT_EQ(printed(),
+            "Sound:\n  SoundVolume p1 [p2] (2 params, 1 optional)\n  SoundPlay p1 p2 p3 p4 p5 p6 (6 params)\n"
+            "Debug:\n  ShowVoices (0 params)\n");
+  g_printed.clear();
+  EXPECT_EQ(kxHost_Execute("help debug"), 0);
+  EXPECT_EQ(printed(), "Debug:\n  ShowVoices (0 params)\n");
+
+  // A registered help command takes the word over.
+  qorConsole_RegisterCommand("Game", "Help", 0, record, 11, 0, 0);
+  EXPECT_EQ(kxHost_Execute("help"), 0);
+  EXPECT_EQ(g_lastId, 11u);
+}
+
+TEST_F(Console, PrintHasNoFixedLimit) {
+  std::string longText(5000, 'q');
+  EXPECT_EQ(qorConsole_Print("%s|%d", longText.c_str(), 42), 0);
+  ASSERT_EQ(g_printed.size(), 1u);
+  EXPECT_EQ(g_printed[0], longText + "|42");
+}

@@ -1,0 +1,79 @@
+// kxsound info: the catalogue as text, in catalogue order.
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "commands.h"
+#include "kxHost.h"
+#include "kxSound.h"
+
+namespace {
+
+// The enumeration callbacks carry no context, so they collect into these.
+std::vector<std::string> CollectedNames;
+std::vector<int> CollectedPages;
+
+void CollectName(char* name) { CollectedNames.emplace_back(name); }
+void CollectSound(char* name, int page) {
+  CollectedNames.emplace_back(name);
+  CollectedPages.push_back(page);
+}
+
+const char* PlayModeName(SOUND_PLAYMODE mode) {
+  switch (mode) {
+    case SOUND_PLAYMODE_SEQUENTIAL: return "sequential";
+    case SOUND_PLAYMODE_RANDOM: return "random";
+  }
+  return "other";
+}
+
+void PrintSound(const std::string& name, int page) {
+  const char* n = name.c_str();
+  float minimum = 0, maximum = 0;
+  qorSound_GetDistances(n, &minimum, &maximum);
+  SOUND_PLAYMODE mode = qorSound_GetSoundPlayMode(n);
+  std::printf("  %s\n", n);
+  std::printf("    page %d, enabled %d, play mode %s (%d), streams %d\n", page, qorSound_IsSoundEnabled(n),
+              PlayModeName(mode), static_cast<int>(mode), qorSound_GetNumStreams(n));
+  std::printf("    volume %d, frequency %d, looped %d, crossed %d, 3D %d, distances %.2f .. %.2f\n",
+              qorSound_GetVolume(n), qorSound_GetFrequency(n), qorSound_GetLooped(n), qorSound_GetCrossed(n),
+              qorSound_Get3D(n), minimum, maximum);
+  if (const char* comment = qorSound_GetSoundComments(n)) std::printf("    comment: %s\n", comment);
+  char path[64];
+  for (int i = 0; qorSound_GetFile(n, path, i) == S_OK; ++i) {
+    std::printf("    file %d [%s] %s\n", i, qorSound_IsFileEnabled(n, i) ? "on" : "off", path);
+  }
+}
+
+}  // namespace
+
+int RunInfo(const CommonOptions& options) {
+  if (!options.Root.empty()) {
+    struct stat info;
+    if (stat(options.Root.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) {
+      std::fprintf(stderr, "kxsound: root folder '%s' does not exist\n", options.Root.c_str());
+      return 1;
+    }
+    kxHost_SetRootFolder(options.Root.c_str());
+  }
+  if (qorSound_Initialize(nullptr, 1) != S_OK) {
+    std::fprintf(stderr, "kxsound: the sound module did not start\n");
+    return 1;
+  }
+
+  CollectedNames.clear();
+  qorSound_EnumeratePages(CollectName);
+  std::printf("Pages (%zu):\n", CollectedNames.size());
+  for (size_t i = 0; i < CollectedNames.size(); ++i) std::printf("  %zu  %s\n", i, CollectedNames[i].c_str());
+
+  CollectedNames.clear();
+  CollectedPages.clear();
+  qorSound_EnumerateSounds(CollectSound);
+  std::printf("Sounds (%zu):\n", CollectedNames.size());
+  for (size_t i = 0; i < CollectedNames.size(); ++i) PrintSound(CollectedNames[i], CollectedPages[i]);
+
+  qorSound_Finalize();
+  return 0;
+}
