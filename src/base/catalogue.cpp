@@ -3,26 +3,64 @@
 #include <cstdio>
 #include <cstring>
 #include <new>
+#include <unordered_map>
 
 #include "base/text.h"
 #include "core/state.h"
 
 namespace {
 
-// Cached end of SoundList, so that loading thousands of sounds does not walk the
-// list once per sound. Every change of the list's links goes through this file.
+// Every change of the list's links and of its names goes through this file, which
+// keeps two caches beside SoundList: its tail, so that loading thousands of sounds
+// does not walk the list once per sound, and an index of the names, so that a
+// search by name costs the same in a catalogue of ten sounds or ten thousand.
 SoundEntry* SoundListTail = nullptr;
 
-constexpr int FIND_LIMIT = 1024;
+struct FoldedHash {
+  size_t operator()(const char* name) const {
+    size_t hash = 14695981039346656037ull;
+    for (size_t i = 0; i < NAME_SIZE && name[i]; ++i) hash = (hash ^ static_cast<uint8_t>(FoldAscii(name[i]))) * 1099511628211ull;
+    return hash;
+  }
+};
+struct FoldedEqual {
+  bool operator()(const char* a, const char* b) const { return EqualFolded(a, b, NAME_SIZE); }
+};
+// Folded name -> the first entry of SoundList under that name. Keys point into the
+// entries' own Name fields, so a search allocates nothing.
+using NameIndex = std::unordered_map<const char*, SoundEntry*, FoldedHash, FoldedEqual>;
+NameIndex& Index() {
+  static NameIndex index;
+  return index;
+}
+
+// Keeps an earlier entry of the same name where there is one.
+void IndexEntry(SoundEntry* entry) { Index().emplace(entry->Name, entry); }
+
+// Drops entry from the index; another entry of the same name, if the base file
+// held duplicates, takes its place.
+void UnindexEntry(SoundEntry* entry) {
+  auto found = Index().find(entry->Name);
+  if (found == Index().end() || found->second != entry) return;
+  Index().erase(found);
+  for (SoundEntry* other = SoundList; other; other = other->NextEntry()) {
+    if (other != entry && EqualFolded(other->Name, entry->Name, NAME_SIZE)) {
+      IndexEntry(other);
+      return;
+    }
+  }
+}
 
 bool FitsName(const char* name) { return BoundedLength(name, NAME_SIZE) < NAME_SIZE; }
 
 }  // namespace
 
 SoundEntry* FindSoundEntry(const char* name, bool follow) {
-  if (!name) return nullptr;
-  auto* entry = static_cast<SoundEntry*>(NamedNode::Find(SoundList, name, FIND_LIMIT));
-  if (entry && follow) entry = entry->ResolveRedirect();
+  if (!name || !SoundList) return nullptr;
+  auto found = Index().find(name);
+  if (found == Index().end()) return nullptr;
+  SoundEntry* entry = found->second;
+  if (follow) entry = entry->ResolveRedirect();
   return entry;
 }
 
@@ -46,18 +84,27 @@ void AppendSoundEntry(SoundEntry* entry) {
     SoundListTail->Append(entry);
   }
   SoundListTail = entry;
+  IndexEntry(entry);
 }
 
 void DeleteSoundEntry(SoundEntry* entry) {
   if (entry == SoundListTail) SoundListTail = nullptr;
   SoundList = static_cast<SoundEntry*>(NamedNode::Remove(SoundList, entry));
+  UnindexEntry(entry);
   delete entry;
+}
+
+void RenameSoundEntry(SoundEntry* entry, const char* name) {
+  UnindexEntry(entry);
+  entry->SetName(name);
+  Index().emplace(entry->Name, entry);
 }
 
 void DestroySoundList() {
   SoundEntry* head = SoundList;
   SoundList = nullptr;
   SoundListTail = nullptr;
+  Index().clear();
   // Every entry dies, so links between them are simply dropped first.
   for (SoundEntry* entry = head; entry; entry = entry->NextEntry()) {
     entry->Redirect = nullptr;
@@ -128,7 +175,7 @@ LONG qorSound_ChangeName(const char* name, const char* newName) {
   SoundEntry* entry = FindSoundEntry(name, true);
   if (!entry || !newName || !FitsName(newName)) return E_FAIL;
   if (FindSoundEntry(newName, true)) return E_FAIL;
-  entry->SetName(newName);
+  RenameSoundEntry(entry, newName);
   return S_OK;
 }
 

@@ -13,6 +13,8 @@ void MakeUniqueSoundName(char* name);
 void AppendSoundEntry(SoundEntry* entry);
 // Takes an entry out of SoundList and destroys it.
 void DeleteSoundEntry(SoundEntry* entry);
+// Gives an entry of the list a new name, which no other entry holds.
+void RenameSoundEntry(SoundEntry* entry, const char* name);
 // Destroys every entry; SoundList is null afterwards.
 void DestroySoundList();
 

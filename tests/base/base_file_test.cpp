@@ -160,6 +160,24 @@ TEST_F(BaseFile, SaveAndLoadGiveBackEveryStoredField) {
   EXPECT_EQ(Saved(), first) << "a second save writes the same bytes";
 }
 
+TEST_F(BaseFile, OfTwoEqualNamesTheFirstIsFoundUntilItGoes) {
+  StoredSound s;
+  BaseFileBuilder file;
+  file.Header(3, 0);
+  for (auto [name, volume] : {std::pair{"Twin", 1}, {"other", 2}, {"TWIN", 3}}) {
+    s.Name = name;
+    s.Volume = volume;
+    file.Sound(s);
+  }
+  ASSERT_EQ(LoadBytes(file.Bytes), S_OK);
+  EXPECT_EQ(qorSound_GetVolume("twin"), 1);
+  qorSound_DeleteSound("twin");
+  EXPECT_EQ(qorSound_GetVolume("twin"), 3);
+  EXPECT_EQ(qorSound_ChangeName("twin", "renamed"), S_OK);
+  EXPECT_EQ(qorSound_FindSound("twin", nullptr), E_FAIL);
+  EXPECT_EQ(qorSound_GetVolume("RENAMED"), 3);
+}
+
 TEST_F(BaseFile, RefusedFilesLeaveWhatWasReadBefore) {
   Create("old");
   std::vector<uint8_t> bytes = BaseFileBuilder().Header(0, 0, "qorsound File").Bytes;

@@ -49,20 +49,31 @@ void PrintSound(const std::string& name, int page) {
 
 }  // namespace
 
-int RunInfo(const CommonOptions& options) {
+bool StartModule(const CommonOptions& options, int toolMode) {
   if (!options.Root.empty()) {
     struct stat info;
     if (stat(options.Root.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) {
       std::fprintf(stderr, "kxsound: root folder '%s' does not exist\n", options.Root.c_str());
-      return 1;
+      return false;
     }
     kxHost_SetRootFolder(options.Root.c_str());
   }
-  if (qorSound_Initialize(nullptr, 1) != S_OK) {
+  if (qorSound_Initialize(nullptr, toolMode) != S_OK) {
     std::fprintf(stderr, "kxsound: the sound module did not start\n");
+    return false;
+  }
+  return true;
+}
+
+int RunInfo(const CommonOptions& options) {
+  if (!StartModule(options, 1)) return 1;
+  // Loading again tells a missing or damaged file from an empty catalogue.
+  if (qorSound_LoadBase() != S_OK) {
+    std::fprintf(stderr, "kxsound: no readable catalogue (Sounds.qorSound) in '%s'\n",
+                 options.Root.empty() ? "." : options.Root.c_str());
+    qorSound_Finalize();
     return 1;
   }
-
   CollectedNames.clear();
   qorSound_EnumeratePages(CollectName);
   std::printf("Pages (%zu):\n", CollectedNames.size());

@@ -9,8 +9,9 @@ namespace {
 
 void PrintUsage() {
   std::fprintf(stderr,
-               "usage: kxsound info [--root DIR]\n"
-               "  info   print the pages and sounds of the catalogue in DIR (default: current folder)\n");
+               "usage: kxsound COMMAND [--root DIR]\n"
+               "  info          print the pages and sounds of the catalogue in DIR (default: current folder)\n"
+               "  make-sample   write a small sample catalogue into DIR\n");
 }
 
 }  // namespace
@@ -32,6 +33,7 @@ int main(int argc, char** argv) {
     }
   }
   if (command == "info") return RunInfo(options);
+  if (command == "make-sample") return RunMakeSample(options);
   std::fprintf(stderr, "kxsound: unknown command '%s'\n", command.c_str());
   PrintUsage();
   return 2;

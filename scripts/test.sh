@@ -1,0 +1,46 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds twice (plain, and with AddressSanitizer and
+# UndefinedBehaviorSanitizer under clang), runs every test in both, fuzzes each
+# parser for a bounded time, and checks that an installed copy can be built against.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+bash scripts/install-deps.sh
+FUZZ_SECONDS=${FUZZ_SECONDS:-60}
+log=$(mktemp)
+
+echo "== plain build =="
+cmake -S . -B build/plain -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKX_BUILD_TESTS=ON -DKX_BUILD_BENCH=ON >/dev/null
+cmake --build build/plain
+(cd build/plain && ctest --output-on-failure -j2) | tee -a "$log"
+
+echo "== sanitizer build =="
+CC=clang CXX=clang++ cmake -S . -B build/sanitize -G Ninja -DCMAKE_BUILD_TYPE=Debug \
+  -DKX_SANITIZE=ON -DKX_BUILD_FUZZ=ON -DKX_BUILD_TESTS=ON >/dev/null
+cmake --build build/sanitize
+(cd build/sanitize && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 ctest --output-on-failure -j2) | tee -a "$log"
+
+echo "== fuzzing, ${FUZZ_SECONDS}s per harness =="
+for fuzzer in build/sanitize/bin/kxFuzz*; do
+  corpus=build/fuzz-corpus/$(basename "$fuzzer")
+  mkdir -p "$corpus"
+  seeds=fuzz/seeds/$(basename "$fuzzer")
+  [ -d "$seeds" ] || seeds=""
+  "$fuzzer" -max_total_time="$FUZZ_SECONDS" -max_len=65536 -print_final_stats=0 "$corpus" $seeds 2>&1 | tail -2
+done
+
+echo "== install and build against it =="
+stage=$(mktemp -d)
+cmake --install build/plain --prefix "$stage" >/dev/null
+cmake -S tests/install -B build/consumer -G Ninja -DCMAKE_PREFIX_PATH="$stage" >/dev/null
+cmake --build build/consumer >/dev/null
+./build/consumer/consumer-cmake
+PKG_CONFIG_PATH="$stage/lib/pkgconfig" c++ -std=c++17 tests/install/consumer.cpp -o build/consumer/consumer-pc \
+  $(PKG_CONFIG_PATH="$stage/lib/pkgconfig" pkg-config --cflags --libs kxsound) -Wl,-rpath,"$stage/lib"
+./build/consumer/consumer-pc
+rm -rf "$stage"
+
+passed=$(grep -oE '[0-9]+ tests failed out of [0-9]+' "$log" | awk '{ failed += $1; total += $6 } END { print total - failed }')
+failed=$(grep -oE '[0-9]+ tests failed out of [0-9]+' "$log" | awk '{ failed += $1 } END { print failed + 0 }')
+rm -f "$log"
+echo "tests: ${passed} passed, ${failed} failed"
+[ "$failed" -eq 0 ]
