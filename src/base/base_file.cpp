@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <new>
 
 #include "base/base_layout.h"
@@ -30,10 +31,26 @@ bool FileCursor::Skip(uint32_t count) {
   return true;
 }
 
-bool WriteAll(HANDLE file, const void* buffer, uint32_t count) {
+bool FileWriter::Flush() {
+  if (Failed) return false;
   DWORD done = 0;
-  qorWriteFile(file, buffer, count, &done, nullptr);
-  return done == count;
+  if (Used) qorWriteFile(File, Buffer, Used, &done, nullptr);
+  Failed = done != Used;
+  Used = 0;
+  return !Failed;
+}
+
+bool FileWriter::Write(const void* data, uint32_t count) {
+  const auto* bytes = static_cast<const uint8_t*>(data);
+  while (count > 0 && !Failed) {
+    if (Used == CAPACITY && !Flush()) break;
+    uint32_t step = CAPACITY - Used < count ? CAPACITY - Used : count;
+    std::memcpy(Buffer + Used, bytes, step);
+    Used += step;
+    bytes += step;
+    count -= step;
+  }
+  return !Failed;
 }
 
 void StripPathPrefix(char* path, const char* prefix, size_t size) {
@@ -118,20 +135,21 @@ LONG qorSound_LoadBase() {
 LONG qorSound_SaveBase() {
   HANDLE file = qorCreateFile(BaseFilePath, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file == INVALID_HANDLE_VALUE) return E_FAIL;
+  auto writer = std::make_unique<FileWriter>(file);
 
   uint8_t header[HEADER_SIZE] = {};
   std::memcpy(header, BASE_MAGIC, sizeof BASE_MAGIC);
   PutField<int32_t>(header, HEADER_SOUND_COUNT, SoundList ? SoundList->Count() : 0);
   PutField<int32_t>(header, HEADER_PAGE_COUNT, PageCount);
-  if (!WriteAll(file, header, sizeof header)) return CloseWith(file, E_FAIL);
-  if (!WriteAll(file, PageTable, static_cast<uint32_t>(PageCount) * PAGE_RECORD_SIZE)) return CloseWith(file, E_FAIL);
+  if (!writer->Write(header, sizeof header)) return CloseWith(file, E_FAIL);
+  if (!writer->Write(PageTable, static_cast<uint32_t>(PageCount) * PAGE_RECORD_SIZE)) return CloseWith(file, E_FAIL);
 
   for (SoundEntry* entry = SoundList; entry; entry = entry->NextEntry()) {
     // Zeroed behind the terminator, so the same catalogue always gives the same bytes.
     char name[NAME_BLOCK_SIZE] = {};
     std::memcpy(name, entry->Name, std::strlen(entry->Name) + 1);
-    if (!WriteAll(file, name, sizeof name)) return CloseWith(file, E_FAIL);
-    if (entry->WriteTo(file) != S_OK) return CloseWith(file, E_FAIL);
+    if (!writer->Write(name, sizeof name)) return CloseWith(file, E_FAIL);
+    if (entry->WriteTo(*writer) != S_OK) return CloseWith(file, E_FAIL);
   }
-  return CloseWith(file, S_OK);
+  return CloseWith(file, writer->Flush() ? S_OK : E_FAIL);
 }

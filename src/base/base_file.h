@@ -19,7 +19,23 @@ struct FileCursor {
   bool Skip(uint32_t count);
 };
 
-bool WriteAll(HANDLE file, const void* buffer, uint32_t count);
+// Gathers the many small blocks of a save into large writes. A short write is
+// reported by the call that flushes it, and every later call fails too.
+class FileWriter {
+public:
+  explicit FileWriter(HANDLE file) : File(file) {}
+  FileWriter(const FileWriter&) = delete;
+  FileWriter& operator=(const FileWriter&) = delete;
+  bool Write(const void* data, uint32_t count);
+  bool Flush();
+
+private:
+  static constexpr uint32_t CAPACITY = 256 * 1024;
+  HANDLE File;
+  uint32_t Used = 0;
+  bool Failed = false;
+  uint8_t Buffer[CAPACITY];
+};
 
 // Path clean-up at load. Both work in place on a path field of size bytes; a result
 // that does not fit is cut so the field keeps its terminator.

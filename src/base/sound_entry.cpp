@@ -166,12 +166,12 @@ HRESULT SoundEntry::ReadFrom(FileCursor& cursor) {
   return S_OK;
 }
 
-HRESULT SoundEntry::WriteTo(void* file) const {
+HRESULT SoundEntry::WriteTo(FileWriter& writer) const {
   uint8_t block[PARAMETER_BLOCK_SIZE];
   GetParameterBlock(block);
-  if (!WriteAll(file, block, sizeof block)) return E_FAIL;
+  if (!writer.Write(block, sizeof block)) return E_FAIL;
   int32_t commentLength = GetField<int32_t>(block, REC_COMMENT_LENGTH);
-  if (commentLength != 0 && !WriteAll(file, Comments, static_cast<uint32_t>(commentLength))) return E_FAIL;
-  if (NumFiles != 0 && !WriteAll(file, Files, static_cast<uint32_t>(NumFiles) * FILE_RECORD_SIZE)) return E_FAIL;
+  if (commentLength != 0 && !writer.Write(Comments, static_cast<uint32_t>(commentLength))) return E_FAIL;
+  if (NumFiles != 0 && !writer.Write(Files, static_cast<uint32_t>(NumFiles) * FILE_RECORD_SIZE)) return E_FAIL;
   return S_OK;
 }

@@ -9,6 +9,7 @@
 
 class SoundStream;
 struct FileCursor;
+class FileWriter;
 
 constexpr int FILE_PATH_SIZE = 63;
 
@@ -55,7 +56,7 @@ public:
 
   // The base file. The cursor knows the bytes left, so absurd stored counts fail before allocating.
   HRESULT ReadFrom(FileCursor& cursor);
-  HRESULT WriteTo(void* file) const;
+  HRESULT WriteTo(FileWriter& writer) const;
 
   // Stored fields.
   int32_t Enabled = 1;

@@ -1,3 +1,6 @@
+#include <signal.h>
+#include <sys/resource.h>
+
 #include <string>
 #include <vector>
 
@@ -121,6 +124,24 @@ TEST_F(BaseFile, AHandMadeFileLoadsCleansPathsAndSavesNormalised) {
   EXPECT_EQ(again[10240 + 16 + 256 + 5000], 0);
   EXPECT_EQ(again.size(), file.Bytes.size() - 5);
   EXPECT_STREQ(reinterpret_cast<char*>(&again[10240 + 16 + 256 + 10240 + 7]), "sounds\\door.wav");
+}
+
+TEST_F(BaseFile, AFailedSaveKeepsThePreviousFile) {
+  Create("kept");
+  std::vector<uint8_t> before = Saved();
+  for (int i = 0; i < 5; ++i) Create(("more" + std::to_string(i)).c_str());
+  // A file size limit turns the save's writes short, as a full disk would.
+  struct rlimit old;
+  getrlimit(RLIMIT_FSIZE, &old);
+  struct rlimit small = old;
+  small.rlim_cur = 40000;
+  auto previous = signal(SIGXFSZ, SIG_IGN);
+  setrlimit(RLIMIT_FSIZE, &small);
+  LONG result = qorSound_SaveBase();
+  setrlimit(RLIMIT_FSIZE, &old);
+  signal(SIGXFSZ, previous);
+  EXPECT_EQ(result, E_FAIL);
+  EXPECT_EQ(root.read("Sounds.qorSound"), before);
 }
 
 TEST_F(BaseFile, GameModeDropsDisabledSoundsForGood) {
