@@ -1,0 +1,2 @@
+set(KX_AUDIO_SOURCES
+)

@@ -1,0 +1,2 @@
+set(KX_DSOUND_SOURCES
+)

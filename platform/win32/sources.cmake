@@ -1,0 +1,5 @@
+set(KX_WIN32_SOURCES
+  win32/global_memory.cpp
+  win32/tick_count.cpp
+  win32/mmio.cpp
+)

@@ -1,0 +1,3 @@
+set(KX_WAVE_SOURCES
+  wave/format_names.cpp
+)
