@@ -31,6 +31,7 @@ void Setup() {
   std::filesystem::create_directories(Root);
   std::filesystem::remove(BasePath());
   kxHost_SetRootFolder(Root.c_str());
+  kxHost_SetAudioOutput("offline");
   qorSound_Initialize(nullptr, 1);
   qorSound_NewPage("Bench");
   for (int i = 0; i < SOUNDS; ++i) {

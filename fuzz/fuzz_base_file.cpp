@@ -42,6 +42,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
   if (!mkdtemp(pattern)) std::abort();
   Root = std::string(pattern) + "/";
   kxHost_SetRootFolder(Root.c_str());
+  kxHost_SetAudioOutput("offline");
   qorSound_Initialize(nullptr, 1);
   return 0;
 }

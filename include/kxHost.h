@@ -47,6 +47,18 @@ KX_EXPORT int kxHost_DebugTextCount(void);
 KX_EXPORT int32_t kxHost_GetDebugText(int index, float* x, float* y, uint32_t* colour, char* text);
 KX_EXPORT void kxHost_ClearDebugText(void);
 
+// The audio output of devices opened from now on: "device" (the system's default output; the
+// default mode), "null" (real time, into nothing), "offline" (time moves only with
+// kxHost_Advance, which renders that much into a capture) or "none" (no device: opening fails).
+// 0, or -1 for an unknown mode.
+KX_EXPORT int32_t kxHost_SetAudioOutput(const char* mode);
+// Offline mode: moves up to maxFrames rendered interleaved stereo float frames of output 0
+// (effects) or 1 (music) into stereo, oldest first, and gives their count. A null stereo drops
+// them. Only the newest 120 seconds of an output are kept.
+KX_EXPORT uint32_t kxHost_TakeCapture(int device, float* stereo, uint32_t maxFrames);
+// The sample rate of that capture; 0 when there is none.
+KX_EXPORT uint32_t kxHost_CaptureRate(int device);
+
 // Reads an engine variable such as "sounds_created": 0 when it exists, -1 otherwise.
 KX_EXPORT int32_t kxHost_GetVar(const char* name, int32_t* value);
 // Number of the tuning key of that name, or -1.

@@ -37,6 +37,10 @@ KXSOUND_API void qorSound_SetNotifyCallback(QORSOUND_NOTIFY_CALLBACK callback);
 KXSOUND_API void qorSound_Enable3DPlay(int enable);
 KXSOUND_API void qorSound_SetLatency(ULONG milliseconds);
 
+// ---- listener ----
+// Three floats each: x right, y up, z ahead. None may be null.
+KXSOUND_API LONG qorSound_SetEarsPosition(const void* position, const void* front, const void* top);
+
 // ---- catalogue ----
 KXSOUND_API LONG qorSound_FindSound(const char* name, void** sound);
 // name: room for 256 characters.
@@ -105,5 +109,9 @@ KXSOUND_API LONG qorSound_SaveBase();
 // ---- wave information ----
 // name: 22 bytes of room.
 KXSOUND_API void qorSound_WaveFormatStr(ULONG tag, char* name);
+// Format of a RIFF WAVE file and the size of its data chunk in bytes. On failure none of
+// the references is written.
+KXSOUND_API LONG qorSound_GetFileInfo(const char* path, ULONG& formatTag, int& channels, int& bits,
+                                      int& samplesPerSec, int& dataBytes);
 
 #endif

@@ -1,2 +1,7 @@
 set(KX_AUDIO_SOURCES
+  audio/output_mode.cpp
+  audio/output_device.cpp
+  audio/capture.cpp
 )
+# The DirectSound benchmark drives OpenAL directly as its baseline.
+set_target_properties(PkgConfig::OPENAL PROPERTIES IMPORTED_GLOBAL TRUE)

@@ -17,6 +17,7 @@ typedef const GUID& REFIID;
 extern "C" KX_EXPORT const GUID IID_IDirectSound3DListener;
 extern "C" KX_EXPORT const GUID IID_IDirectSound3DBuffer;
 extern "C" KX_EXPORT const GUID IID_IDirectSoundBuffer;
+extern "C" KX_EXPORT const GUID IID_IDirectSound;
 extern "C" KX_EXPORT const GUID GUID_NULL;
 
 #pragma pack(push, 1)
@@ -100,6 +101,11 @@ static_assert(sizeof(DS3DBUFFER) == 64, "DS3DBUFFER is 64 bytes");
 #define DSSCL_PRIORITY 2u
 #define DSSCL_EXCLUSIVE 3u
 #define DSSCL_WRITEPRIMARY 4u
+
+#define DSBLOCK_FROMWRITECURSOR 0x00000001u
+#define DSBLOCK_ENTIREBUFFER 0x00000002u
+
+#define DSBSIZE_MAX 0x0FFFFFFFu
 
 #define DSBPLAY_LOOPING 0x00000001u
 #define DSBSTATUS_PLAYING 0x00000001u

@@ -43,6 +43,7 @@ struct MMCKINFO {
 
 #define MMSYSERR_NOERROR 0u
 #define MMSYSERR_INVALHANDLE 5u
+#define MMSYSERR_NOMEM 7u
 #define MMSYSERR_INVALPARAM 11u
 #define MMIOERR_CHUNKNOTFOUND 265u
 #define MMIOERR_CANNOTSEEK 264u
@@ -70,6 +71,8 @@ KX_EXPORT UINT mmioDescend(HMMIO handle, MMCKINFO* chunk, const MMCKINFO* parent
 KX_EXPORT UINT mmioAscend(HMMIO handle, MMCKINFO* chunk, UINT flags);
 KX_EXPORT UINT mmioGetInfo(HMMIO handle, MMIOINFO* info, UINT flags);
 KX_EXPORT UINT mmioSetInfo(HMMIO handle, const MMIOINFO* info, UINT flags);
+// The image is the whole buffer, so there is nothing to refill: at the end of the image the
+// result is 0 with pchNext == pchEndRead, the usual end-of-file test.
 KX_EXPORT UINT mmioAdvance(HMMIO handle, MMIOINFO* info, UINT flags);
 }
 

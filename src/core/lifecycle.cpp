@@ -5,7 +5,9 @@
 #include <cstring>
 
 #include "base/catalogue.h"
+#include "core/device.h"
 #include "core/state.h"
+#include "playback/sound_buffer.h"
 #include "kxEngine.h"
 
 namespace {
@@ -28,6 +30,7 @@ void BuildBaseFilePath() {
 }  // namespace
 
 LONG qorSound_Initialize(HWND window, int toolMode) {
+  if (Device_Start(window) < 0) return E_FAIL;
   qorFileIO_GetFolder(RootFolder, nullptr);
   RootFolder[sizeof RootFolder - 1] = 0;
   BuildBaseFilePath();
@@ -40,7 +43,9 @@ LONG qorSound_Initialize(HWND window, int toolMode) {
 
 LONG qorSound_Finalize() {
   if (!SystemInitialized) return E_FAIL;
+  SoundBuffer_Release(&FilePreviewBuffer);
   DestroySoundList();
+  Device_Stop();
   SystemInitialized = 0;
   return S_OK;
 }

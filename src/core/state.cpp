@@ -24,6 +24,14 @@ int SoundNameCounter = 0;
 SoundPage PageTable[MAX_PAGES] = {};
 int PageCount = 0;
 
+IDirectSound* DirectSoundObject = nullptr;
+IDirectSoundBuffer* PrimaryBuffer = nullptr;
+IDirectSound3DListener* ListenerObject = nullptr;
+float EarsPosition[3] = {0.0f, 0.0f, 0.0f};
+
+SoundBuffer* FilePreviewBuffer = nullptr;
+QORSOUND_PREVIEW_CALLBACK FilePreviewCallback = nullptr;
+
 int ShowStatistic = 0;
 float StatisticScale = 0.02f;
 int StatisticsLine = 0;

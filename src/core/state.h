@@ -7,6 +7,10 @@
 
 class SoundEntry;
 struct SoundPage;
+class SoundBuffer;
+class IDirectSound;
+class IDirectSoundBuffer;
+class IDirectSound3DListener;
 
 // Life cycle and switches.
 extern int SystemInitialized;
@@ -34,6 +38,17 @@ extern SoundEntry* SoundList;
 extern int SoundNameCounter;
 extern SoundPage PageTable[MAX_PAGES];
 extern int PageCount;
+
+// Device.
+extern IDirectSound* DirectSoundObject;
+extern IDirectSoundBuffer* PrimaryBuffer;
+extern IDirectSound3DListener* ListenerObject;
+extern float EarsPosition[3];
+
+// File preview.
+typedef void (*QORSOUND_PREVIEW_CALLBACK)(int progress);
+extern SoundBuffer* FilePreviewBuffer;
+extern QORSOUND_PREVIEW_CALLBACK FilePreviewCallback;
 
 // Statistics.
 extern int ShowStatistic;

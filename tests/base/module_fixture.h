@@ -19,7 +19,10 @@ protected:
     // The page table outlives the module on purpose; a test starts from none.
     std::memset(PageTable, 0, sizeof PageTable);
     PageCount = 0;
+    std::memset(EarsPosition, 0, sizeof EarsPosition);
     kxHost_SetRootFolder(root.path().c_str());
+    kxHost_SetAudioOutput("offline");
+    kxHost_SetManualClock(1);
     ASSERT_EQ(qorSound_Initialize(nullptr, 1), S_OK);
   }
   void TearDown() override {

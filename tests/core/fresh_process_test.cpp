@@ -8,6 +8,7 @@
 TEST(FreshProcess, TheFirstGeneratedNameIsSound001) {
   TempDir root;
   kxHost_SetRootFolder(root.path().c_str());
+  kxHost_SetAudioOutput("offline");
   ASSERT_EQ(qorSound_Initialize(nullptr, 1), S_OK);
   char name[256] = "";
   qorSound_CreateNewSound(name);

@@ -14,7 +14,10 @@ namespace {
 
 class Lifecycle : public ::testing::Test {
 protected:
-  void SetUp() override { kxHost_SetRootFolder(root.path().c_str()); }
+  void SetUp() override {
+    kxHost_SetRootFolder(root.path().c_str());
+    kxHost_SetAudioOutput("offline");
+  }
   void TearDown() override {
     if (SystemInitialized) qorSound_Finalize();
   }
@@ -53,6 +56,15 @@ TEST_F(Lifecycle, GatedOperationsRefuseUntilStarted) {
   // Settings outlive the system.
   EXPECT_EQ(SoundLatency, 40u);
   SoundLatency = 0;
+}
+
+TEST_F(Lifecycle, WithoutAnOutputDeviceNothingStarts) {
+  kxHost_SetAudioOutput("none");
+  EXPECT_EQ(qorSound_Initialize(nullptr, 1), E_FAIL);
+  EXPECT_EQ(SystemInitialized, 0);
+  EXPECT_EQ(qorSound_FindSound("x", nullptr), E_FAIL);
+  kxHost_SetAudioOutput("offline");
+  EXPECT_EQ(qorSound_Initialize(nullptr, 1), S_OK);
 }
 
 TEST_F(Lifecycle, TheBaseFileLivesInTheRootFolder) {

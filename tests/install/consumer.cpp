@@ -10,6 +10,7 @@ int main() {
   char folder[] = "/tmp/kxconsumer-XXXXXX";
   if (!mkdtemp(folder)) return 1;
   kxHost_SetRootFolder(folder);
+  kxHost_SetAudioOutput("offline");
   if (qorSound_Initialize(nullptr, 1) != S_OK) return 1;
   char name[256] = "";
   qorSound_CreateNewSound(name);

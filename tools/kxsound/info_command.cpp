@@ -58,6 +58,8 @@ bool StartModule(const CommonOptions& options, int toolMode) {
     }
     kxHost_SetRootFolder(options.Root.c_str());
   }
+  // Editing the catalogue makes no sound: an output that renders only on demand.
+  kxHost_SetAudioOutput("offline");
   if (qorSound_Initialize(nullptr, toolMode) != S_OK) {
     std::fprintf(stderr, "kxsound: the sound module did not start\n");
     return false;

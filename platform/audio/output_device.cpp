@@ -1,0 +1,186 @@
+#include "audio/output_device.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+
+#include "audio/capture.h"
+#include "kxHost.h"
+
+namespace kxaudio {
+namespace {
+
+// Every stream of the catalogue owns a source, so the context is sized for thousands.
+constexpr ALCint kMonoSources = 8192;
+constexpr ALCint kStereoSources = 512;
+// OpenAL Soft applies new settings at the start of each render call and glides gains across
+// it: small calls keep that glide as short as a sound card's period.
+constexpr uint32_t kChunkFrames = 256;
+// OpenAL Soft's null backend: what alcOpenDevice gives where it is configured and no real output exists.
+constexpr const char* kNoOutputName = "No Output";
+
+std::mutex g_ownerLock;
+OutputDevice* g_owners[kOutputCount] = {};
+
+bool IsOwner(const OutputDevice* device) {
+  std::lock_guard<std::mutex> hold(g_ownerLock);
+  return g_owners[device->Index()] == device;
+}
+
+uint32_t ClampRate(uint32_t rate) { return std::clamp<uint32_t>(rate, 8000, 192000); }
+
+}  // namespace
+
+std::unique_ptr<OutputDevice> OutputDevice::Open(int index, uint32_t rate) {
+  if (index < 0 || index >= kOutputCount) return nullptr;
+  OutputMode mode = CurrentOutputMode();
+  if (mode == OutputMode::None) return nullptr;
+  std::unique_ptr<OutputDevice> out(new OutputDevice(index, mode));
+  if (mode == OutputMode::Device) {
+    out->device_ = alcOpenDevice(nullptr);
+    if (!out->device_) return nullptr;
+    const ALCchar* name = alcGetString(out->device_, ALC_DEVICE_SPECIFIER);
+    if (!name || std::strcmp(name, kNoOutputName) == 0) return nullptr;
+  } else {
+    out->device_ = alcLoopbackOpenDeviceSOFT(nullptr);
+    if (!out->device_) return nullptr;
+  }
+  if (!out->CreateContext(rate)) return nullptr;
+  if (mode == OutputMode::Offline) {
+    {
+      std::lock_guard<std::mutex> hold(g_ownerLock);
+      g_owners[index] = out.get();
+    }
+    RestartCapture(index, out->rate_);
+    kxHost_AddAdvanceListener(&OutputDevice::OnAdvance, out.get());
+  } else if (mode == OutputMode::Null) {
+    out->nullThread_ = std::thread(&OutputDevice::RunNull, out.get());
+  }
+  return out;
+}
+
+OutputDevice::~OutputDevice() {
+  if (mode_ == OutputMode::Offline) {
+    kxHost_RemoveAdvanceListener(&OutputDevice::OnAdvance, this);
+    std::lock_guard<std::mutex> hold(g_ownerLock);
+    if (g_owners[index_] == this) g_owners[index_] = nullptr;
+  }
+  StopNull();
+  DestroyContext();
+  if (device_) alcCloseDevice(device_);
+}
+
+bool OutputDevice::CreateContext(uint32_t rate) {
+  rate = ClampRate(rate);
+  // HRTF off: plain stereo panning, the same on every machine.
+  std::vector<ALCint> attrs = {ALC_FREQUENCY,      static_cast<ALCint>(rate),
+                               ALC_MONO_SOURCES,   kMonoSources,
+                               ALC_STEREO_SOURCES, kStereoSources,
+                               ALC_HRTF_SOFT,      ALC_FALSE};
+  if (mode_ != OutputMode::Device) {
+    // Float output needs no limiter, and without one the captured levels are exact.
+    attrs.insert(attrs.end(), {ALC_FORMAT_CHANNELS_SOFT, ALC_STEREO_SOFT, ALC_FORMAT_TYPE_SOFT, ALC_FLOAT_SOFT,
+                               ALC_OUTPUT_LIMITER_SOFT, ALC_FALSE});
+  }
+  attrs.push_back(0);
+  ALCcontext* context = alcCreateContext(device_, attrs.data());
+  if (!context) return false;
+  context_ = context;
+  rate_ = rate;
+  carry_ = 0;
+  ContextScope scope(context_);
+  alDistanceModel(AL_INVERSE_DISTANCE_CLAMPED);
+  return true;
+}
+
+void OutputDevice::DestroyContext() {
+  if (!context_) return;
+  if (alcGetThreadContext() == context_) alcSetThreadContext(nullptr);
+  if (alcGetCurrentContext() == context_) alcMakeContextCurrent(nullptr);
+  alcDestroyContext(context_);
+  context_ = nullptr;
+}
+
+bool OutputDevice::SetRate(uint32_t rate) {
+  if (ClampRate(rate) == rate_) return true;
+  std::lock_guard<std::mutex> hold(renderLock_);
+  ALCcontext* old = context_;
+  context_ = nullptr;
+  // A device takes the attributes of its newest context; the old one goes first so that
+  // nothing of it holds the device at the old rate.
+  if (alcGetThreadContext() == old) alcSetThreadContext(nullptr);
+  alcDestroyContext(old);
+  if (!CreateContext(rate) && !CreateContext(rate_)) return false;
+  if (mode_ == OutputMode::Offline && IsOwner(this)) RestartCapture(index_, rate_);
+  return context_ != nullptr && rate_ == ClampRate(rate);
+}
+
+void OutputDevice::Render(uint32_t frames, bool capture) {
+  scratch_.resize(size_t{kChunkFrames} * 2);
+  while (frames) {
+    uint32_t n = std::min(frames, kChunkFrames);
+    alcRenderSamplesSOFT(device_, scratch_.data(), static_cast<ALCsizei>(n));
+    if (capture) AppendCapture(index_, scratch_.data(), n);
+    frames -= n;
+  }
+}
+
+// Renders exactly the frames due, carrying the fraction: N steps of 1 ms give what one of N ms gives.
+void OutputDevice::OnAdvance(uint32_t milliseconds, void* self) {
+  auto* out = static_cast<OutputDevice*>(self);
+  std::lock_guard<std::mutex> hold(out->renderLock_);
+  if (!out->context_) return;
+  uint64_t due = out->carry_ + uint64_t{milliseconds} * out->rate_;
+  out->carry_ = due % 1000;
+  uint64_t frames = due / 1000;
+  bool capture = IsOwner(out);
+  while (frames) {
+    uint32_t n = static_cast<uint32_t>(std::min<uint64_t>(frames, UINT32_MAX));
+    out->Render(n, capture);
+    frames -= n;
+  }
+}
+
+// The null output keeps real time with a clock of its own and drops what it renders.
+void OutputDevice::RunNull() {
+  using Clock = std::chrono::steady_clock;
+  auto start = Clock::now();
+  uint32_t rate = 0;
+  uint64_t rendered = 0;
+  std::unique_lock<std::mutex> wait(nullLock_);
+  while (!nullWake_.wait_for(wait, std::chrono::milliseconds(10), [this] { return nullStop_; })) {
+    std::lock_guard<std::mutex> hold(renderLock_);
+    if (!context_) continue;
+    if (rate != rate_) {
+      rate = rate_;
+      start = Clock::now();
+      rendered = 0;
+    }
+    auto elapsed = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start).count();
+    uint64_t due = static_cast<uint64_t>(elapsed) * rate / 1000000;
+    // After a stall, skip ahead rather than render a burst.
+    if (due - rendered > rate) rendered = due - rate;
+    Render(static_cast<uint32_t>(due - rendered), false);
+    rendered = due;
+  }
+}
+
+void OutputDevice::StopNull() {
+  if (!nullThread_.joinable()) return;
+  {
+    std::lock_guard<std::mutex> hold(nullLock_);
+    nullStop_ = true;
+  }
+  nullWake_.notify_all();
+  nullThread_.join();
+}
+
+ContextScope::ContextScope(ALCcontext* context) : previous_(alcGetThreadContext()), changed_(previous_ != context) {
+  if (changed_) alcSetThreadContext(context);
+}
+
+ContextScope::~ContextScope() {
+  if (changed_) alcSetThreadContext(previous_);
+}
+
+}  // namespace kxaudio

@@ -1,0 +1,88 @@
+// One output of the sound system over OpenAL Soft: 0 carries the effects (the DirectSound
+// stand-in), 1 the music. Each has its own device and context, opened in the mode the host
+// chose with kxHost_SetAudioOutput. Contexts are made current per thread (ContextScope),
+// never process-wide, so that each output can be driven from a thread of its own. Exported for
+// the tests and benchmarks that drive an output directly.
+#ifndef KX_PLATFORM_AUDIO_OUTPUT_DEVICE_H
+#define KX_PLATFORM_AUDIO_OUTPUT_DEVICE_H
+
+#include <stdint.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "audio/openal.h"
+#include "audio/output_mode.h"
+#include "kxTypes.h"
+
+namespace kxaudio {
+
+constexpr int kEffectsOutput = 0;
+constexpr int kMusicOutput = 1;
+constexpr uint32_t kDefaultRate = 44100;
+
+class KX_EXPORT OutputDevice {
+public:
+  // The output of that index in the current mode, mixing at rate; null when the mode has no
+  // device, the system has no real output, or OpenAL refuses. In offline mode the last device
+  // opened on an index is the one its capture records.
+  static std::unique_ptr<OutputDevice> Open(int index, uint32_t rate);
+  ~OutputDevice();
+  OutputDevice(const OutputDevice&) = delete;
+  OutputDevice& operator=(const OutputDevice&) = delete;
+
+  // Makes a new context at another mixing rate. OpenAL objects do not survive it: call it only
+  // while no source or buffer exists. False keeps the old context.
+  bool SetRate(uint32_t rate);
+
+  int Index() const { return index_; }
+  OutputMode Mode() const { return mode_; }
+  uint32_t Rate() const { return rate_; }
+  ALCdevice* Device() const { return device_; }
+  ALCcontext* Context() const { return context_; }
+
+private:
+  OutputDevice(int index, OutputMode mode) : index_(index), mode_(mode) {}
+  bool CreateContext(uint32_t rate);
+  void DestroyContext();
+  void Render(uint32_t frames, bool capture);
+  static void OnAdvance(uint32_t milliseconds, void* self);
+  void RunNull();
+  void StopNull();
+
+  const int index_;
+  const OutputMode mode_;
+  ALCdevice* device_ = nullptr;
+  ALCcontext* context_ = nullptr;
+  uint32_t rate_ = 0;
+  // Offline: milliseconds x rate not yet rendered, in thousandths of a frame.
+  uint64_t carry_ = 0;
+  // Rendering (offline or the null thread) against context changes.
+  std::mutex renderLock_;
+  std::vector<float> scratch_;
+  std::thread nullThread_;
+  std::mutex nullLock_;
+  std::condition_variable nullWake_;
+  bool nullStop_ = false;
+};
+
+// Makes a context current on this thread for the scope's life, then restores the previous one.
+class KX_EXPORT ContextScope {
+public:
+  explicit ContextScope(ALCcontext* context);
+  ~ContextScope();
+  ContextScope(const ContextScope&) = delete;
+  ContextScope& operator=(const ContextScope&) = delete;
+
+private:
+  ALCcontext* previous_;
+  bool changed_;
+};
+
+}  // namespace kxaudio
+
+#endif

@@ -1,0 +1,61 @@
+// The DirectSound device object: owns the effects output, the primary buffer and the listener,
+// and knows every secondary buffer it made so that its release can take them down.
+#ifndef KX_PLATFORM_DSOUND_DEVICE_H
+#define KX_PLATFORM_DSOUND_DEVICE_H
+
+#include <memory>
+#include <vector>
+
+#include "audio/output_device.h"
+#include "dsound.h"
+
+namespace kxdsound {
+
+class Buffer3D;
+class Listener;
+class PrimaryBuffer;
+class SoundBuffer;
+
+class Device final : public IDirectSound {
+public:
+  // Null when the current output mode gives no device.
+  static Device* Open();
+
+  HRESULT QueryInterface(REFIID iid, void** object) override;
+  ULONG AddRef() override;
+  ULONG Release() override;
+  HRESULT CreateSoundBuffer(const DSBUFFERDESC* description, IDirectSoundBuffer** buffer, void* outer) override;
+  HRESULT DuplicateSoundBuffer(IDirectSoundBuffer* original, IDirectSoundBuffer** duplicate) override;
+  HRESULT SetCooperativeLevel(HWND window, DWORD level) override;
+
+  ALCcontext* Context() const { return output_->Context(); }
+  DWORD CooperativeLevel() const { return level_; }
+  Listener& GetListener() { return *listener_; }
+  // The mixing rate follows the primary format while no secondary buffer exists; false otherwise.
+  bool SetMixRate(uint32_t rate);
+
+  // Bookkeeping of the secondary buffers and their 3D parts.
+  void Add(SoundBuffer* buffer);
+  void Remove(SoundBuffer* buffer);
+  const std::vector<SoundBuffer*>& Buffers() const { return buffers_; }
+  void MarkDirty(Buffer3D* buffer);
+  void ForgetDirty(Buffer3D* buffer);
+  // Applies the deferred settings of the listener and of every buffer, as one update.
+  void Commit();
+
+private:
+  explicit Device(std::unique_ptr<kxaudio::OutputDevice> output);
+  ~Device();
+
+  ULONG refs_ = 1;
+  DWORD level_ = 0;
+  std::unique_ptr<kxaudio::OutputDevice> output_;
+  std::unique_ptr<Listener> listener_;
+  std::unique_ptr<PrimaryBuffer> primary_;
+  std::vector<SoundBuffer*> buffers_;
+  std::vector<Buffer3D*> dirty_;
+};
+
+}  // namespace kxdsound
+
+#endif

@@ -1,0 +1,127 @@
+// A DirectSound device on the offline output, as the module sets it up, and ears to measure
+// what it renders: RMS per channel of the capture.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <vector>
+
+#include "dsound/dsound.h"
+#include "kxHost.h"
+
+struct Level {
+  double left = 0, right = 0;
+  double Both() const { return std::sqrt((left * left + right * right) / 2); }
+};
+
+inline double Db(double ratio) { return 20.0 * std::log10(ratio); }
+
+class ListeningTest : public ::testing::Test {
+protected:
+  static constexpr uint32_t kRate = 22050;
+  static constexpr uint32_t kPeriod = 50;  // frames of the test tone at kRate
+
+  void SetUp() override {
+    kxHost_SetManualClock(1);
+    ASSERT_EQ(0, kxHost_SetAudioOutput("offline"));
+    ASSERT_EQ(DS_OK, DirectSoundCreate(nullptr, &ds_, nullptr));
+    ASSERT_EQ(DS_OK, ds_->SetCooperativeLevel(nullptr, DSSCL_PRIORITY));
+    DSBUFFERDESC primary{DSBUFFERDESC_SIZE, DSBCAPS_PRIMARYBUFFER | DSBCAPS_CTRL3D, 0, 0, nullptr, {}};
+    ASSERT_EQ(DS_OK, ds_->CreateSoundBuffer(&primary, &primary_, nullptr));
+    WAVEFORMATEX mix{WAVE_FORMAT_PCM, 2, kRate, kRate * 4, 4, 16, 0};
+    ASSERT_EQ(DS_OK, primary_->SetFormat(&mix));
+    ASSERT_EQ(DS_OK, primary_->QueryInterface(IID_IDirectSound3DListener, reinterpret_cast<void**>(&listener_)));
+    ASSERT_EQ(kRate, kxHost_CaptureRate(0));
+  }
+
+  void TearDown() override {
+    for (IDirectSound3DBuffer* b : parts_) b->Release();
+    for (IDirectSoundBuffer* b : buffers_) b->Release();
+    if (listener_) listener_->Release();
+    if (ds_) ds_->Release();
+  }
+
+  static WAVEFORMATEX Pcm(WORD channels, WORD bits, DWORD rate = kRate) {
+    WORD align = static_cast<WORD>(channels * bits / 8);
+    return WAVEFORMATEX{WAVE_FORMAT_PCM, channels, rate, rate * align, align, bits, 0};
+  }
+
+  static DSBUFFERDESC Desc(DWORD flags, WAVEFORMATEX* format, DWORD bytes) {
+    return DSBUFFERDESC{DSBUFFERDESC_SIZE, flags, bytes, 0, format, {}};
+  }
+
+  // A 16-bit buffer holding a 441 Hz tone in every channel but `silent`, released by the fixture.
+  IDirectSoundBuffer* Tone(DWORD flags, WORD channels, uint32_t frames, DWORD rate = kRate, int silent = -1) {
+    WAVEFORMATEX format = Pcm(channels, 16, rate);
+    DSBUFFERDESC desc = Desc(flags, &format, frames * format.nBlockAlign);
+    IDirectSoundBuffer* buffer = nullptr;
+    EXPECT_EQ(DS_OK, ds_->CreateSoundBuffer(&desc, &buffer, nullptr));
+    if (!buffer) return nullptr;
+    buffers_.push_back(buffer);
+    void* data = nullptr;
+    DWORD bytes = 0;
+    EXPECT_EQ(DS_OK, buffer->Lock(0, desc.dwBufferBytes, &data, &bytes, nullptr, nullptr, 0));
+    auto* samples = static_cast<int16_t*>(data);
+    for (uint32_t i = 0; i < frames; ++i)
+      for (WORD c = 0; c < channels; ++c)
+        samples[i * channels + c] =
+            c == silent ? 0 : static_cast<int16_t>(16000 * std::sin(2 * M_PI * i / kPeriod * kRate / rate));
+    EXPECT_EQ(DS_OK, buffer->Unlock(data, bytes, nullptr, 0));
+    return buffer;
+  }
+
+  IDirectSound3DBuffer* Part3D(IDirectSoundBuffer* buffer) {
+    IDirectSound3DBuffer* part = nullptr;
+    EXPECT_EQ(DS_OK, buffer->QueryInterface(IID_IDirectSound3DBuffer, reinterpret_cast<void**>(&part)));
+    if (part) parts_.push_back(part);
+    return part;
+  }
+
+  // Renders ms and measures what follows the first skipMs (gains glide in OpenAL).
+  Level Listen(uint32_t ms, uint32_t skipMs = 20) {
+    kxHost_TakeCapture(0, nullptr, UINT32_MAX);
+    kxHost_Advance(ms);
+    std::vector<float> pcm(size_t{ms} * kRate / 1000 * 2 + 4);
+    uint32_t frames = kxHost_TakeCapture(0, pcm.data(), static_cast<uint32_t>(pcm.size() / 2));
+    Level level;
+    // Whole periods of the tone (50 frames), so that its phase doesn't move the figure.
+    uint32_t first = skipMs * kRate / 1000, n = 0;
+    uint32_t end = frames > first ? first + (frames - first) / kPeriod * kPeriod : first;
+    for (uint32_t i = first; i < end; ++i, ++n) {
+      level.left += pcm[2 * i] * pcm[2 * i];
+      level.right += pcm[2 * i + 1] * pcm[2 * i + 1];
+    }
+    if (n) level = Level{std::sqrt(level.left / n), std::sqrt(level.right / n)};
+    return level;
+  }
+
+  bool Playing(IDirectSoundBuffer* buffer) {
+    DWORD status = 0;
+    EXPECT_EQ(DS_OK, buffer->GetStatus(&status));
+    return (status & DSBSTATUS_PLAYING) != 0;
+  }
+
+  // Milliseconds rendered until the buffer stops by itself, in steps of 5.
+  uint32_t MsUntilEnd(IDirectSoundBuffer* buffer, uint32_t limit = 5000) {
+    uint32_t ms = 0;
+    while (Playing(buffer) && ms < limit) {
+      kxHost_Advance(5);
+      ms += 5;
+    }
+    return ms;
+  }
+
+  DWORD Cursor(IDirectSoundBuffer* buffer) {
+    DWORD play = 0;
+    EXPECT_EQ(DS_OK, buffer->GetCurrentPosition(&play, nullptr));
+    return play;
+  }
+
+  IDirectSound* ds_ = nullptr;
+  IDirectSoundBuffer* primary_ = nullptr;
+  IDirectSound3DListener* listener_ = nullptr;
+  std::vector<IDirectSoundBuffer*> buffers_;
+  std::vector<IDirectSound3DBuffer*> parts_;
+};

@@ -1,0 +1,123 @@
+// The output modes and the offline capture.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+#include <vector>
+
+#include "audio/output_device.h"
+#include "dsound/dsound.h"
+#include "kxHost.h"
+
+namespace {
+
+class Output : public ::testing::Test {
+protected:
+  void SetUp() override { kxHost_SetManualClock(1); }
+  void TearDown() override { kxHost_SetAudioOutput("offline"); }
+};
+
+TEST_F(Output, ModesWithoutADeviceMakeDirectSoundCreateFail) {
+  EXPECT_EQ(-1, kxHost_SetAudioOutput("speakers"));
+  EXPECT_EQ(-1, kxHost_SetAudioOutput(nullptr));
+  ASSERT_EQ(0, kxHost_SetAudioOutput("none"));
+  IDirectSound* ds = reinterpret_cast<IDirectSound*>(1);
+  EXPECT_EQ(DSERR_NODRIVER, DirectSoundCreate(nullptr, &ds, nullptr));
+  EXPECT_EQ(nullptr, ds);
+  EXPECT_EQ(DSERR_INVALIDPARAM, DirectSoundCreate(nullptr, nullptr, nullptr));
+}
+
+// Machines without a sound card fail like a Windows machine without one. Where a real output
+// exists there is nothing to check here.
+TEST_F(Output, TheDeviceModeOpensOnlyRealHardware) {
+  ASSERT_EQ(0, kxHost_SetAudioOutput("device"));
+  IDirectSound* ds = nullptr;
+  HRESULT result = DirectSoundCreate(nullptr, &ds, nullptr);
+  if (result == DS_OK) {
+    ds->Release();
+    GTEST_SKIP() << "this machine has an audio output";
+  }
+  EXPECT_EQ(DSERR_NODRIVER, result);
+  EXPECT_EQ(nullptr, ds);
+}
+
+// The null output keeps real time by itself and captures nothing.
+TEST_F(Output, TheNullModePlaysInRealTimeIntoNothing) {
+  ASSERT_EQ(0, kxHost_SetAudioOutput("null"));
+  IDirectSound* ds = nullptr;
+  ASSERT_EQ(DS_OK, DirectSoundCreate(nullptr, &ds, nullptr));
+  WAVEFORMATEX format{WAVE_FORMAT_PCM, 1, 22050, 44100, 2, 16, 0};
+  DSBUFFERDESC desc{DSBUFFERDESC_SIZE, DSBCAPS_STATIC, 44100, 0, &format, {}};
+  IDirectSoundBuffer* b = nullptr;
+  ASSERT_EQ(DS_OK, ds->CreateSoundBuffer(&desc, &b, nullptr));
+  kxHost_TakeCapture(0, nullptr, UINT32_MAX);
+  ASSERT_EQ(DS_OK, b->Play(0, 0, 0));
+  DWORD cursor = 0;
+  for (int i = 0; i < 200 && cursor == 0; ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    ASSERT_EQ(DS_OK, b->GetCurrentPosition(&cursor, nullptr));
+  }
+  EXPECT_GT(cursor, 0u);
+  kxHost_Advance(100);
+  float frame[2];
+  EXPECT_EQ(0u, kxHost_TakeCapture(0, frame, 1));
+  b->Release();
+  ds->Release();
+}
+
+TEST_F(Output, OfflineRendersExactlyTheTimeAdvancedAtEachOutputsRate) {
+  ASSERT_EQ(0, kxHost_SetAudioOutput("offline"));
+  auto effects = kxaudio::OutputDevice::Open(kxaudio::kEffectsOutput, 22050);
+  auto music = kxaudio::OutputDevice::Open(kxaudio::kMusicOutput, 44100);
+  ASSERT_TRUE(effects && music);
+  EXPECT_EQ(22050u, kxHost_CaptureRate(0));
+  EXPECT_EQ(44100u, kxHost_CaptureRate(1));
+  // 22.05 frames a millisecond: the fractions add up.
+  for (int i = 0; i < 1000; ++i) kxHost_Advance(1);
+  kxHost_Advance(3);
+  std::vector<float> pcm(2 * 50000);
+  EXPECT_EQ(22050u + 66, kxHost_TakeCapture(0, pcm.data(), 50000));
+  EXPECT_EQ(44100u + 132, kxHost_TakeCapture(1, pcm.data(), 50000));
+  EXPECT_EQ(0u, kxHost_TakeCapture(0, pcm.data(), 50000));
+
+  // Taken in parts, oldest first; an unread capture keeps only its newest 120 s.
+  kxHost_Advance(10);
+  EXPECT_EQ(100u, kxHost_TakeCapture(0, pcm.data(), 100));
+  EXPECT_EQ(120u, kxHost_TakeCapture(0, pcm.data(), 50000));
+  kxHost_Advance(125000);
+  EXPECT_EQ(120u * 22050, kxHost_TakeCapture(0, nullptr, UINT32_MAX));
+  EXPECT_EQ(0u, kxHost_TakeCapture(2, pcm.data(), 1));
+  EXPECT_EQ(0u, kxHost_CaptureRate(-1));
+
+  // A new rate starts the capture afresh.
+  ASSERT_TRUE(effects->SetRate(11025));
+  EXPECT_EQ(11025u, kxHost_CaptureRate(0));
+  kxHost_Advance(1000);
+  EXPECT_EQ(11025u, kxHost_TakeCapture(0, nullptr, UINT32_MAX));
+  music.reset();
+  kxHost_Advance(1000);
+  kxHost_TakeCapture(1, nullptr, UINT32_MAX);
+  EXPECT_EQ(0u, kxHost_TakeCapture(1, pcm.data(), 1)) << "a closed output renders nothing";
+}
+
+TEST_F(Output, ContextScopesNestAndRestore) {
+  ASSERT_EQ(0, kxHost_SetAudioOutput("offline"));
+  auto a = kxaudio::OutputDevice::Open(kxaudio::kEffectsOutput, 22050);
+  auto b = kxaudio::OutputDevice::Open(kxaudio::kMusicOutput, 44100);
+  ASSERT_TRUE(a && b);
+  ALCcontext* before = alcGetThreadContext();
+  {
+    kxaudio::ContextScope outer(a->Context());
+    EXPECT_EQ(a->Context(), alcGetThreadContext());
+    {
+      kxaudio::ContextScope inner(b->Context());
+      EXPECT_EQ(b->Context(), alcGetThreadContext());
+    }
+    EXPECT_EQ(a->Context(), alcGetThreadContext());
+    // Another thread has its own current context.
+    std::thread([] { EXPECT_EQ(nullptr, alcGetThreadContext()); }).join();
+  }
+  EXPECT_EQ(before, alcGetThreadContext());
+}
+
+}  // namespace

@@ -1,0 +1,86 @@
+#include "buffer_fixture.h"
+#include "core/device.h"
+
+namespace {
+
+class Device : public BufferTest {
+protected:
+  // A 3D tone started with 3D processing, at a committed position.
+  SoundBuffer* Spatial(float x, float y, float z) {
+    SoundBuffer* buffer = Load(2.0, 1);
+    if (!buffer) return nullptr;
+    SoundBuffer_SetDistances(buffer, 1.0f, 100.0f);
+    SoundBuffer_Enable3D(buffer, 1);
+    float position[3] = {x, y, z};
+    SoundBuffer_SetPosition(buffer, position);
+    SoundBuffer_Command(buffer, BUFFER_CMD_PLAY);
+    Device_CommitDeferred();
+    return buffer;
+  }
+};
+
+TEST_F(Device, TheListenerHearsDistanceAndSide) {
+  SoundBuffer* near = Spatial(0, 0, 0.5f);
+  ASSERT_NE(near, nullptr);
+  double inside = Listen(200).Rms(0.05);
+  SoundBuffer_Command(near, BUFFER_CMD_STOP);
+  // Twice the minimum distance with rolloff 1: half the gain.
+  SoundBuffer* far = Spatial(0, 0, 2.0f);
+  EXPECT_NEAR(Decibels(Listen(200).Rms(0.05), inside), -6.0, 0.5);
+
+  float right[3] = {2.0f, 0, 0};
+  SoundBuffer_SetPosition(far, right);
+  Capture heard = Listen(200);
+  EXPECT_NEAR(Decibels(heard.Rms(0.05), inside), -6.0, 0.5) << "deferred: not moved until the commit";
+  Device_CommitDeferred();
+  heard = Listen(200);
+  EXPECT_GT(heard.RmsRight(0.05), 2 * heard.RmsLeft(0.05));
+
+  // Turning the ears to face +x puts the sound in front: centred again.
+  float ears[3] = {0, 0, 0}, front[3] = {1, 0, 0}, top[3] = {0, 1, 0};
+  ASSERT_EQ(qorSound_SetEarsPosition(ears, front, top), S_OK);
+  Device_CommitDeferred();
+  heard = Listen(200);
+  EXPECT_NEAR(Decibels(heard.RmsLeft(0.05), heard.RmsRight(0.05)), 0.0, 0.5);
+}
+
+TEST_F(Device, FactorsAreCheckedBeforeTheDevice) {
+  EXPECT_GE(Device_SetRolloffFactor(0.0f), 0);
+  EXPECT_GE(Device_SetRolloffFactor(10.0f), 0);
+  EXPECT_EQ(Device_SetRolloffFactor(-0.5f), E_FAIL);
+  EXPECT_EQ(Device_SetRolloffFactor(10.5f), E_FAIL);
+  EXPECT_GE(Device_SetDopplerFactor(10.0f), 0);
+  EXPECT_EQ(Device_SetDopplerFactor(10.5f), E_FAIL);
+  EXPECT_GE(Device_SetDistanceFactor(1000.0f), 0);
+  EXPECT_EQ(Device_SetDistanceFactor(-1.0f), E_FAIL);
+  EXPECT_LT(Device_SetDistanceFactor(0.0f), 0) << "the device refuses what the module lets through";
+
+  // Rolloff 0: distance no longer lowers the level.
+  ASSERT_GE(Device_SetRolloffFactor(0.0f), 0);
+  SoundBuffer* buffer = Spatial(0, 0, 0.5f);
+  ASSERT_NE(buffer, nullptr);
+  double near = Listen(200).Rms(0.05);
+  float far[3] = {0, 0, 50};
+  SoundBuffer_SetPosition(buffer, far);
+  Device_CommitDeferred();
+  EXPECT_NEAR(Decibels(Listen(200).Rms(0.05), near), 0.0, 0.5);
+  Device_SetRolloffFactor(1.0f);
+}
+
+TEST_F(Device, EarsNeedARunningEnabledSystem) {
+  float moved[3] = {5, 6, 7}, front[3] = {0, 0, 1}, top[3] = {0, 1, 0};
+  EXPECT_EQ(EarsPosition[0], 0.0f);
+  SoundEnabled = 0;
+  EXPECT_EQ(qorSound_SetEarsPosition(moved, front, top), E_FAIL);
+  SoundEnabled = 1;
+  EXPECT_EQ(EarsPosition[0], 0.0f);
+  EXPECT_EQ(qorSound_SetEarsPosition(moved, nullptr, top), E_FAIL);
+  ASSERT_EQ(qorSound_SetEarsPosition(moved, front, top), S_OK);
+  EXPECT_EQ(EarsPosition[2], 7.0f);
+  qorSound_Finalize();
+  EXPECT_EQ(qorSound_SetEarsPosition(moved, front, top), E_FAIL);
+  EXPECT_EQ(DirectSoundObject, nullptr);
+  EXPECT_EQ(ListenerObject, nullptr);
+}
+
+}  // namespace

@@ -1,0 +1,25 @@
+// Listening to the offline output: render a stretch of time and measure it.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+struct Capture {
+  std::vector<float> Left, Right;
+  uint32_t Rate = 0;
+
+  // Root mean square of a channel over [from, to) seconds of this capture (whole by default).
+  double RmsLeft(double from = 0, double to = 1e9) const;
+  double RmsRight(double from = 0, double to = 1e9) const;
+  double Rms(double from = 0, double to = 1e9) const;  // both channels
+  // Seconds from the start to the last frame louder than threshold; 0 when all is quieter.
+  double LastSound(double threshold = 1e-4) const;
+};
+
+// Advances the manual clock by milliseconds in steps and collects what device 0
+// (effects) or 1 (music) rendered meanwhile.
+Capture Listen(uint32_t milliseconds, int device = 0, uint32_t step = 10);
+// Drops whatever the device has rendered so far.
+void DropCapture(int device = 0);
+// 20 log10(a / b).
+double Decibels(double a, double b);

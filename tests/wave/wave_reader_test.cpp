@@ -1,0 +1,151 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+#include "temp_dir.h"
+#include "wave/wave_reader.h"
+#include "wave_file.h"
+
+namespace {
+
+WaveSpec ToneSpec() {
+  WaveSpec spec;
+  spec.Channels = 2;
+  spec.SampleRate = 11025;
+  spec.Data = Tone(440.0, 0.1, 11025, 2, 16, 0.5);
+  return spec;
+}
+
+std::vector<uint8_t> ReadRest(WaveReader& reader) {
+  std::vector<uint8_t> out(reader.DataChunk.cksize);
+  uint32_t actual = 1;
+  EXPECT_EQ(reader.Read(static_cast<uint32_t>(out.size()), out.data(), &actual), S_OK);
+  EXPECT_EQ(actual, out.size());
+  return out;
+}
+
+class WaveReaderTest : public ::testing::Test {
+protected:
+  LONG Open(WaveReader& reader, const std::vector<uint8_t>& bytes) {
+    dir.write("t.wav", bytes);
+    return reader.Open(dir.file("t.wav").c_str());
+  }
+  TempDir dir;
+};
+
+}  // namespace
+
+TEST_F(WaveReaderTest, ReadsInPiecesAndResetStartsOver) {
+  WaveSpec spec = ToneSpec();
+  WaveReader reader;
+  ASSERT_EQ(Open(reader, MakeWave(spec)), S_OK);
+  const uint32_t total = static_cast<uint32_t>(spec.Data.size());
+  std::vector<uint8_t> got(total + 100);
+  uint32_t actual = 0;
+  ASSERT_EQ(reader.Read(1001, got.data(), &actual), S_OK);
+  EXPECT_EQ(actual, 1001u);
+  ASSERT_EQ(reader.Read(total, got.data() + 1001, &actual), S_OK);  // more than is left
+  EXPECT_EQ(actual, total - 1001);
+  got.resize(total);
+  EXPECT_EQ(got, spec.Data);
+  EXPECT_EQ(reader.Read(10, got.data(), &actual), S_OK);
+  EXPECT_EQ(actual, 0u);
+
+  ASSERT_EQ(reader.Reset(), S_OK);
+  EXPECT_EQ(reader.DataChunk.cksize, total);
+  EXPECT_EQ(ReadRest(reader), spec.Data);
+}
+
+TEST_F(WaveReaderTest, ChunkLayoutsAndFormatRecords) {
+  struct Case {
+    WaveSpec Spec;
+    std::string Extra;  // expected behind cbSize
+  };
+  std::vector<Case> cases(5, {ToneSpec(), ""});
+  cases[0].Spec.DataFirst = true;
+  cases[0].Spec.ExtraChunks = {{"junk", {1, 2, 3}}, {"LIST", {'I', 'N', 'F', 'O'}}};
+  cases[1].Spec.CbSize = 0x1234;  // an 18-byte PCM chunk's own count is ignored
+  cases[2].Spec.FormatTag = 2;
+  cases[2].Spec.CbSize = 4;
+  cases[2].Spec.FormatExtra = {'a', 'b', 'c', 'd'};
+  cases[2].Extra = "abcd";
+  // A 16-byte non-PCM chunk reads on into the next chunk's id, count and extra bytes alike.
+  cases[3].Spec.FormatTag = 0x55;
+  cases[3].Spec.ExtraChunks = {{std::string("\x02\x00zy", 4), {0xAB}}};
+  cases[3].Extra = "zy";
+  cases[4].Spec.Data.clear();
+  for (const Case& c : cases) {
+    WaveReader reader;
+    ASSERT_EQ(Open(reader, MakeWave(c.Spec)), S_OK);
+    EXPECT_EQ(reader.Format->nSamplesPerSec, 11025u);
+    ASSERT_EQ(reader.Format->cbSize, c.Extra.size());
+    EXPECT_EQ(std::memcmp(reader.Format + 1, c.Extra.data(), c.Extra.size()), 0);
+    EXPECT_EQ(ReadRest(reader), c.Spec.Data);
+  }
+}
+
+TEST_F(WaveReaderTest, DataClaimingMoreThanTheFileOpensButCannotBeRead) {
+  WaveSpec spec = ToneSpec();
+  spec.Data.resize(10);
+  spec.DataSize = 0xFFFFFFFFu;
+  WaveReader reader;
+  ASSERT_EQ(Open(reader, MakeWave(spec)), S_OK);
+  std::vector<uint8_t> out(64);
+  uint32_t actual = 1;
+  EXPECT_EQ(reader.Read(10, out.data(), &actual), S_OK);
+  EXPECT_EQ(reader.Read(64, out.data(), &actual), E_FAIL);
+  EXPECT_EQ(actual, 0u);
+  EXPECT_EQ(reader.DataChunk.cksize, 0xFFFFFFFFu - 74);  // taken before copying, gone until Reset
+  ASSERT_EQ(reader.Reset(), S_OK);
+  EXPECT_EQ(reader.DataChunk.cksize, 0xFFFFFFFFu);
+}
+
+TEST_F(WaveReaderTest, RefusesWhatIsNotAWave) {
+  auto variant = [](auto change) {
+    WaveSpec spec = ToneSpec();
+    change(spec);
+    return MakeWave(spec);
+  };
+  auto patched = [](std::vector<uint8_t> bytes, size_t at, const char* four) {
+    std::memcpy(&bytes[at], four, 4);
+    return bytes;
+  };
+  const std::vector<uint8_t> good = MakeWave(ToneSpec());
+  const std::vector<uint8_t> files[] = {
+      {},
+      {'R', 'I', 'F', 'F', 4, 0, 0, 0, 'W', 'A'},
+      patched(good, 0, "RIFX"),
+      patched(good, 8, "AVI "),
+      variant([](WaveSpec& s) { s.WithFormat = false; }),
+      variant([](WaveSpec& s) { s.WithData = false; }),
+      patched(variant([](WaveSpec& s) { s.WithData = false; }), 4, "\xFF\xFF\xFF\xFF"),
+      patched(good, 4, "\x1C\0\0\0"),  // the data chunk lies behind the RIFF chunk's end
+      variant([](WaveSpec& s) {
+        s.DataFirst = true;
+        s.FormatSize = 14;
+      }),
+      variant([](WaveSpec& s) {
+        s.FormatTag = 2;
+        s.CbSize = 60000;  // more extra bytes than the file holds
+      }),
+      variant([](WaveSpec& s) {
+        s.DataFirst = true;
+        s.FormatSize = 0xFFFFFFFFu;  // no way out of the format chunk
+      }),
+  };
+  for (const std::vector<uint8_t>& file : files) {
+    WaveReader reader;
+    EXPECT_EQ(Open(reader, file), E_FAIL) << &file - files;
+  }
+  WaveReader missing;
+  EXPECT_EQ(missing.Open(dir.file("none.wav").c_str()), E_FAIL);
+}
+
+TEST_F(WaveReaderTest, PathGoesToTheCaseInsensitiveFileLayer) {
+  WaveSpec spec = ToneSpec();
+  WriteWave(dir, "Sounds/Door.WAV", spec);
+  WaveReader reader;
+  ASSERT_EQ(reader.Open((dir.path() + "SOUNDS\\door.wav").c_str()), S_OK);
+  EXPECT_EQ(ReadRest(reader), spec.Data);
+}
