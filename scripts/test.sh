@@ -31,6 +31,7 @@ done
 echo "== install and build against it =="
 stage=$(mktemp -d)
 cmake --install build/plain --prefix "$stage" >/dev/null
+rm -rf build/consumer
 cmake -S tests/install -B build/consumer -G Ninja -DCMAKE_PREFIX_PATH="$stage" >/dev/null
 cmake --build build/consumer >/dev/null
 ./build/consumer/consumer-cmake
