@@ -29,6 +29,12 @@ typedef void (*QORSOUND_NOTIFY_CALLBACK)(QORSOUND_STREAM_EVENT event, void* stre
 typedef void (*QORSOUND_ENUM_SOUNDS_CALLBACK)(char* name, int page);
 typedef void (*QORSOUND_ENUM_FILES_CALLBACK)(char* path);
 typedef void (*QORSOUND_ENUM_PAGES_CALLBACK)(char* name);
+// Progress of a previewed file: 0..99 while it plays, 1000 once it has ended.
+typedef void (*QORSOUND_PREVIEW_CALLBACK)(int progress);
+
+// Flags of qorSound_QueryStream.
+#define STREAM_FLAG_STEALABLE 1u
+#define STREAM_FLAG_EXTRA 2u
 
 // ---- life cycle ----
 KXSOUND_API LONG qorSound_Initialize(HWND window, int toolMode);
@@ -36,6 +42,17 @@ KXSOUND_API LONG qorSound_Finalize();
 KXSOUND_API void qorSound_SetNotifyCallback(QORSOUND_NOTIFY_CALLBACK callback);
 KXSOUND_API void qorSound_Enable3DPlay(int enable);
 KXSOUND_API void qorSound_SetLatency(ULONG milliseconds);
+
+// ---- master controls ----
+KXSOUND_API LONG qorSound_Enable(int enable);
+// Master volume in percent (0..100; above 100 counts as 100).
+KXSOUND_API LONG qorSound_SetVolume(int volume);
+KXSOUND_API LONG qorSound_GetVolume(int* volume);
+KXSOUND_API LONG qorSound_SetFrequencyFactor(float factor);
+
+// ---- frame ----
+KXSOUND_API void qorSound_Update();
+KXSOUND_API void qorSound_Render();
 
 // ---- listener ----
 // Three floats each: x right, y up, z ahead. None may be null.
@@ -101,6 +118,48 @@ KXSOUND_API LONG qorSound_SetPageName(int index, const char* name);
 KXSOUND_API LONG qorSound_DeletePage(int index);
 KXSOUND_API void qorSound_SetSoundPage(const char* sound, int page);
 KXSOUND_API int qorSound_GetSoundPage(const char* sound);
+
+// ---- login and logout ----
+KXSOUND_API LONG qorSound_LoginSound(const char* name);
+KXSOUND_API LONG qorSound_LoginSound(void* sound);
+KXSOUND_API LONG qorSound_PreloadSound(const char* name);
+KXSOUND_API LONG qorSound_LogoutSound(const char* name);
+KXSOUND_API LONG qorSound_LogoutSound(void* sound);
+
+// ---- playing ----
+// position: three floats, or null for the listener's place. The third argument is unused.
+KXSOUND_API LONG qorSound_PlaySound(const char* name, const void* position, int unused);
+KXSOUND_API LONG qorSound_PlaySound(void* sound, const void* position, int unused);
+// stream: the caller's variable, which receives the handle (and a new one at each hand-over).
+KXSOUND_API void* qorSound_QueryStream(const char* name, void** stream, ULONG flags);
+KXSOUND_API void* qorSound_QueryStream(void* sound, void** stream, ULONG flags);
+KXSOUND_API void qorSound_ReleaseStream(void* stream);
+// target null clears the redirection.
+KXSOUND_API LONG qorSound_RedirectSound(const char* name, const char* target);
+// path null stops the previewed file.
+KXSOUND_API LONG qorSound_PlayFile2(const char* path, int loop, QORSOUND_PREVIEW_CALLBACK callback);
+
+// ---- stream control ----
+// Every operation fails with E_FAIL for a handle that is null or no longer alive.
+KXSOUND_API LONG qorSound_PlayStream(void* stream);
+KXSOUND_API LONG qorSound_ResumeStream(void* stream);
+KXSOUND_API LONG qorSound_StopStream(void* stream);
+KXSOUND_API LONG qorSound_PauseStream(void* stream);
+KXSOUND_API LONG qorSound_RewindStream(void* stream);
+KXSOUND_API LONG qorSound_SetStreamProgress(void* stream, int percent);
+KXSOUND_API LONG qorSound_SetStreamPosition(void* stream, const void* position);
+KXSOUND_API LONG qorSound_SetStreamVelocity(void* stream, const void* velocity);
+KXSOUND_API LONG qorSound_GetStreamPosition(void* stream, void* position);
+// name: room for 63 bytes.
+KXSOUND_API LONG qorSound_GetStreamFile(void* stream, char* name);
+// state: room for 10 bytes.
+KXSOUND_API LONG qorSound_GetStreamState(void* stream, char* state);
+KXSOUND_API LONG qorSound_SetStreamVolume(void* stream, int percent);
+KXSOUND_API LONG qorSound_SetStreamVolume2(void* stream, int percent);
+KXSOUND_API LONG qorSound_SetStreamFrequency(void* stream, int percent);
+KXSOUND_API void qorSound_Enable3D(void* stream, int enable);
+KXSOUND_API LONG qorSound_Pause3DSounds();
+KXSOUND_API LONG qorSound_Resume3DSounds();
 
 // ---- base file ----
 KXSOUND_API LONG qorSound_LoadBase();

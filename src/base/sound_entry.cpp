@@ -14,11 +14,12 @@ SoundEntry::~SoundEntry() {
   FreeGlobalField(Comments);
   FreeGlobalField(Files);
   NumFiles = 0;
-  SetRedirect(nullptr);
+  Logout();
+  LinkRedirect(nullptr);
   // Entries that redirect here would otherwise follow a dangling link.
   if (RedirectedBy > 0) {
     for (SoundEntry* entry = SoundList; entry && RedirectedBy > 0; entry = entry->NextEntry()) {
-      if (entry->Redirect == this) entry->SetRedirect(nullptr);
+      if (entry->Redirect == this) entry->LinkRedirect(nullptr);
     }
   }
 }
@@ -29,7 +30,7 @@ SoundEntry* SoundEntry::ResolveRedirect() {
   return entry;
 }
 
-void SoundEntry::SetRedirect(SoundEntry* target) {
+void SoundEntry::LinkRedirect(SoundEntry* target) {
   if (Redirect) Redirect->RedirectedBy--;
   Redirect = target;
   if (target) target->RedirectedBy++;
@@ -116,25 +117,6 @@ void SoundEntry::SwapFiles(int first, int second) {
   SoundFileRef held = Files[first];
   Files[first] = Files[second];
   Files[second] = held;
-}
-
-void SoundEntry::SetVolume(int volume) {
-  if (volume >= 0) Volume = volume;
-}
-
-void SoundEntry::SetVolume2(int volume) {
-  // Reaches only streams; a sound without them has nothing to change.
-}
-
-void SoundEntry::SetFrequency(int frequency) {
-  if (frequency >= 0) Frequency = frequency;
-}
-
-void SoundEntry::SetDistances(float minimum, float maximum) {
-  if (minimum < 1.0f) minimum = 1.0f;
-  if (minimum > maximum) minimum = maximum;
-  MinDistance = minimum;
-  MaxDistance = maximum;
 }
 
 HRESULT SoundEntry::ReadFrom(FileCursor& cursor) {

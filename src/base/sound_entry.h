@@ -35,7 +35,10 @@ public:
   SoundEntry* ResolveRedirect();
   // Points this entry's redirection at target (or clears it with null), keeping the
   // count of links into each entry so that destroying an entry can cut them.
-  void SetRedirect(SoundEntry* target);
+  void LinkRedirect(SoundEntry* target);
+  // The checked redirection of a name: no cycle, the same 3D and loop kind, a target
+  // with files that logs in.
+  HRESULT SetRedirect(SoundEntry* target);
 
   void GetParameterBlock(uint8_t* block) const;
   void SetParameterBlock(const uint8_t* block);
@@ -47,12 +50,34 @@ public:
   void SwapFiles(int first, int second);
   bool IsFileIndexValid(int index) const { return index >= 0 && index < NumFiles; }
 
-  // Parameters that reach existing streams.
+  // Parameters that reach existing streams. -1 applies the present value again.
   void SetVolume(int volume);
   // The momentary, logarithmic level: changes no field.
   void SetVolume2(int volume);
   void SetFrequency(int frequency);
   void SetDistances(float minimum, float maximum);
+
+  // The stream pool.
+  HRESULT Login();
+  HRESULT Logout();
+  int SelectFile(int previous);
+  int EnabledFileIndex(int i) const;
+  SoundStream* LoadStream(int i);
+  SoundStream* DuplicateStream(int i);
+  // self: a stream that may be found by the steal search but must not be stolen
+  // from itself; it is then given back untouched.
+  SoundStream* AcquireStream(int fileIndex, void** slot, int state, uint32_t flags, SoundStream* self = nullptr);
+  void ReleaseStream(SoundStream* stream);
+  void DestroyStream(SoundStream* stream);
+  void Pause3DStreams();
+  void Resume3DStreams();
+  // The frame update's step for one stream in use.
+  void UpdateStream(SoundStream* stream);
+  void ResetStatistics();
+  void DrawStatistics();
+  // Calls fn on every stream of every chain, free or in use.
+  template <typename Fn>
+  void ForEachStream(Fn fn);
 
   // The base file. The cursor knows the bytes left, so absurd stored counts fail before allocating.
   HRESULT ReadFrom(FileCursor& cursor);
@@ -86,5 +111,19 @@ public:
 
   SoundEntry* NextEntry() const { return static_cast<SoundEntry*>(Next); }
 };
+
+#include "playback/sound_stream.h"
+
+template <typename Fn>
+void SoundEntry::ForEachStream(Fn fn) {
+  if (!StreamChains) return;
+  for (int i = 0; i < NumLoadedFiles; ++i) {
+    for (SoundStream* stream = StreamChains[i]; stream;) {
+      SoundStream* next = stream->ChainNext;
+      fn(stream);
+      stream = next;
+    }
+  }
+}
 
 #endif

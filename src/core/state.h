@@ -46,7 +46,6 @@ extern IDirectSound3DListener* ListenerObject;
 extern float EarsPosition[3];
 
 // File preview.
-typedef void (*QORSOUND_PREVIEW_CALLBACK)(int progress);
 extern SoundBuffer* FilePreviewBuffer;
 extern QORSOUND_PREVIEW_CALLBACK FilePreviewCallback;
 

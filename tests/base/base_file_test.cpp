@@ -171,7 +171,7 @@ TEST_F(BaseFile, SaveAndLoadGiveBackEveryStoredField) {
   qorSound_SetSoundPage("z", 1);
   char p[64] = "sounds\\y.wav";
   qorSound_AddFile("y", p);
-  Entry("x")->SetRedirect(Entry("z"));
+  Entry("x")->LinkRedirect(Entry("z"));
   std::vector<uint8_t> first = Saved();
   ASSERT_EQ(qorSound_LoadBase(), S_OK);
   EXPECT_EQ(Entry("x")->Redirect, nullptr);

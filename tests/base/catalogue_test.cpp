@@ -114,7 +114,7 @@ TEST_F(Catalogue, ByNameOperationsFollowRedirectionButEnumerationDoesNot) {
   Create("a");
   Create("b");
   qorSound_SetSoundComments("b", "target");
-  Entry("a")->SetRedirect(Entry("b"));
+  Entry("a")->LinkRedirect(Entry("b"));
   EXPECT_STREQ(qorSound_GetSoundComments("a"), "target");
   EXPECT_EQ(qorSound_ChangeName("a", "c"), S_OK);
   EXPECT_EQ(AllNames(), (std::vector<std::string>{"a", "c"}));
@@ -127,8 +127,8 @@ TEST_F(Catalogue, DestroyingARedirectTargetCutsTheLinksIntoIt) {
   Create("a");
   Create("b");
   Create("c");
-  Entry("a")->SetRedirect(Entry("b"));
-  Entry("c")->SetRedirect(Entry("b"));
+  Entry("a")->LinkRedirect(Entry("b"));
+  Entry("c")->LinkRedirect(Entry("b"));
   qorSound_DeleteSound(static_cast<void*>(Entry("b")));
   EXPECT_EQ(Entry("a")->Redirect, nullptr);
   EXPECT_EQ(Entry("c")->Redirect, nullptr);

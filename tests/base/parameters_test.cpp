@@ -76,7 +76,7 @@ TEST_F(Parameters, FlagsKeepTheLowByteAndCountsTheWholeInt) {
 TEST_F(Parameters, ARedirectedNameReadsAndWritesTheTarget) {
   Create("a");
   Create("b");
-  Entry("a")->SetRedirect(Entry("b"));
+  Entry("a")->LinkRedirect(Entry("b"));
   qorSound_SetVolume("a", 40);
   qorSound_SetLooped("a", 1);
   EXPECT_EQ(Entry("b")->Volume, 40);

@@ -1,0 +1,132 @@
+// The frame: commits of deferred 3D settings, ends of one-shots, hand-overs of
+// looped and crossed sounds, the preview file, the ambients; and the overlay.
+#include <cstdio>
+
+#include "base/catalogue.h"
+#include "core/device.h"
+#include "core/state.h"
+#include "kxEngine.h"
+#include "playback/sound_buffer.h"
+#include "playback/sound_stream.h"
+
+namespace {
+
+constexpr ULONG OVERLAY_COLOUR = 0xFFFF8040u;
+
+void DrawLine(float x, int line, const char* text) {
+  qorKernel_DrawDebugText(x, static_cast<float>(line * StatisticScale), OVERLAY_COLOUR, text);
+}
+
+// A crossed sound's stream has run out: the next file takes over its holder.
+void HandOver(SoundEntry* entry, SoundStream* old) {
+  int next = entry->SelectFile(old->FileIndex);
+  SoundStream* fresh = entry->AcquireStream(next, old->HandleSlot, STREAM_STOPPED, old->Flags, old);
+  if (!fresh || fresh == old) {
+    // No stream for the next file, or only this one: the same file plays again.
+    SoundBuffer_Command(old->Buffer, BUFFER_CMD_PLAY);
+    return;
+  }
+  fresh->State = STREAM_PLAYING;
+  SoundBuffer_SetLooped(fresh->Buffer, 0);
+  if (entry->Is3D) {
+    float position[3] = {0, 0, 0}, velocity[3] = {0, 0, 0};
+    SoundBuffer_GetPosition(old->Buffer, position);
+    SoundBuffer_GetVelocity(old->Buffer, velocity);
+    SoundBuffer_SetPosition(fresh->Buffer, position);
+    SoundBuffer_SetVelocity(fresh->Buffer, velocity);
+    for (int i = 0; i < 3; ++i) fresh->LastPosition[i] = position[i];
+  }
+  NotifyStream(STREAM_EVENT_REPLACED, old, fresh);
+  if (LiveStream(old)) {
+    old->HandleSlot = nullptr;
+    old->Release();
+    // An extra stream has no place in the pool once its holder has moved on.
+    if (old->Flags & STREAM_FLAG_EXTRA) entry->DestroyStream(old);
+  }
+  if (LiveStream(fresh)) SoundBuffer_Command(fresh->Buffer, BUFFER_CMD_PLAY);
+}
+
+}  // namespace
+
+void SoundEntry::UpdateStream(SoundStream* stream) {
+  // Streams held by the 3D pause are not over; they wait for the resume.
+  bool playing = stream->Paused3D || SoundBuffer_IsPlaying(stream->Buffer);
+  if (!playing && stream->State == STREAM_SINGLE) {
+    ReleaseStream(stream);
+  } else if (!playing && stream->State == STREAM_PLAYING) {
+    if (!Looped || BufferLooped) {
+      stream->State = STREAM_STOPPED;
+      NotifyStream(STREAM_EVENT_CHANGED, stream, nullptr);
+    } else {
+      HandOver(this, stream);
+    }
+  }
+  if (ShowStatistic && LiveStream(stream)) {
+    if (stream->State != STREAM_FREE) StatActive++;
+    if (stream->State == STREAM_PLAYING || stream->State == STREAM_SINGLE) StatPlaying++;
+  }
+}
+
+void SoundEntry::ResetStatistics() {
+  StatActive = 0;
+  StatPlaying = 0;
+}
+
+void SoundEntry::DrawStatistics() {
+  if (StatActive == 0) return;
+  char text[256];
+  std::snprintf(text, sizeof text, "%s: %d/%d", Files ? Files[0].Path : "", StatPlaying, StatActive);
+  DrawLine(0.3f, StatisticsLine + 2, text);
+  bool shown = false;
+  ForEachStream([&](SoundStream* stream) {
+    if (shown || stream->State != STREAM_PLAYING) return;
+    std::snprintf(text, sizeof text, "(%.0f, %.0f, %.0f)", stream->LastPosition[0], stream->LastPosition[1],
+                  stream->LastPosition[2]);
+    DrawLine(0.7f, StatisticsLine + 2, text);
+    shown = true;
+  });
+  StatisticsLine++;
+}
+
+void qorSound_Update() {
+  if (!SystemInitialized || !SoundEnabled) return;
+  ULONG now = qorTimer_GetSystemTick();
+  if (now - LastUpdateTick >= UpdateDelay) {
+    LastUpdateTick = now;
+    Device_CommitDeferred();
+  }
+  if (ShowStatistic) {
+    for (SoundEntry* entry = SoundList; entry; entry = entry->NextEntry()) entry->ResetStatistics();
+  }
+  StreamsTotal = 0;
+  for (SoundStream* stream = ActiveStreamsHead; stream;) {
+    SoundStream* next = stream->ActiveNext;
+    stream->Owner->UpdateStream(stream);
+    StreamsTotal++;
+    // A callback may have destroyed or freed the next stream; the walk ends there.
+    if (next && (!LiveStream(next) || next->State == STREAM_FREE)) break;
+    stream = next;
+  }
+  if (FilePreviewBuffer) {
+    if (SoundBuffer_IsPlaying(FilePreviewBuffer)) {
+      int progress = static_cast<int>(SoundBuffer_GetProgress(FilePreviewBuffer));
+      if (FilePreviewCallback) FilePreviewCallback(progress);
+    } else {
+      SoundBuffer_Release(&FilePreviewBuffer);
+      if (FilePreviewCallback) FilePreviewCallback(1000);
+    }
+  }
+}
+
+void qorSound_Render() {
+  if (!SystemInitialized || !SoundEnabled || !ShowStatistic) return;
+  StatisticsLine = 0;
+  for (SoundEntry* entry = SoundList; entry; entry = entry->NextEntry()) entry->DrawStatistics();
+  char text[64];
+  if (StreamsTotal != 0) {
+    std::snprintf(text, sizeof text, "Total Streams: %d", StreamsTotal);
+    DrawLine(0.3f, StatisticsLine + 2, text);
+  }
+  std::snprintf(text, sizeof text, "Streams created: %d", StreamsCreated);
+  DrawLine(0.3f, StatisticsLine + 3, text);
+}

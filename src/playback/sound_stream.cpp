@@ -1,0 +1,153 @@
+#include "playback/sound_stream.h"
+
+#include <unordered_set>
+
+#include "base/sound_entry.h"
+#include "core/state.h"
+#include "playback/sound_buffer.h"
+#include "win32/tick_count.h"
+
+SoundStream* ActiveStreamsHead = nullptr;
+SoundStream* ActiveStreamsTail = nullptr;
+int StreamsCreated = 0;
+int StreamsTotal = 0;
+
+namespace {
+
+// The addresses of the living streams. Streams are made at login, not when a sound
+// plays, so the set only allocates where loading does anyway.
+std::unordered_set<const SoundStream*>& LiveSet() {
+  static std::unordered_set<const SoundStream*> live;
+  return live;
+}
+
+}  // namespace
+
+SoundStream* LiveStream(void* handle) {
+  if (!handle) return nullptr;
+  auto* stream = static_cast<SoundStream*>(handle);
+  return LiveSet().count(stream) ? stream : nullptr;
+}
+
+// ---- ChainNode ----
+
+ChainNode::~ChainNode() {
+  // Iterative, like the catalogue's lists.
+  SoundStream* stream = ChainNext;
+  ChainNext = nullptr;
+  while (stream) {
+    SoundStream* after = stream->ChainNext;
+    stream->ChainNext = nullptr;
+    delete stream;
+    stream = after;
+  }
+}
+
+void ChainNode::Append(SoundStream* stream) {
+  ChainNode* last = this;
+  while (last->ChainNext) last = last->ChainNext;
+  last->ChainNext = stream;
+}
+
+SoundStream* ChainNode::Remove(SoundStream* head, SoundStream* stream) {
+  SoundStream* result = head;
+  if (head == stream) {
+    result = stream->ChainNext;
+  } else {
+    SoundStream* before = head;
+    while (before && before->ChainNext != stream) before = before->ChainNext;
+    if (!before) return head;
+    before->ChainNext = stream->ChainNext;
+  }
+  stream->ChainNext = nullptr;
+  return result;
+}
+
+// ---- SoundStream ----
+
+SoundStream::SoundStream(SoundEntry* owner, int fileIndex, SoundBuffer* buffer)
+    : ChainNode(buffer), Owner(owner), FileIndex(fileIndex) {
+  LiveSet().insert(this);
+}
+
+SoundStream::~SoundStream() {
+  LiveSet().erase(this);
+  // A stream destroyed while in use must not stay linked.
+  if (State != STREAM_FREE) UnlinkActive();
+  SoundBuffer* buffer = Buffer;
+  SoundBuffer_Release(&buffer);
+  StreamsCreated--;
+}
+
+void SoundStream::Assign(int state, void** slot, uint32_t flags) {
+  StartTick = GetTickCount();
+  Flags = flags;
+  State = state;
+  HandleSlot = slot;
+  Paused3D = 0;
+  if (slot) *slot = this;
+  LinkActive();
+  SoundBuffer_Enable3D(Buffer, Play3DEnabled);
+}
+
+void SoundStream::Stop() {
+  SoundBuffer_Command(Buffer, BUFFER_CMD_STOP);
+  if (State == STREAM_PLAYING) {
+    State = STREAM_STOPPED;
+  } else if (State == STREAM_SINGLE) {
+    State = STREAM_FREE;
+  }
+}
+
+void SoundStream::Release() {
+  if (State == STREAM_FREE) return;
+  Stop();
+  StartTick = 0;
+  State = STREAM_FREE;
+  UnlinkActive();
+}
+
+void SoundStream::LinkActive() {
+  ActiveNext = nullptr;
+  ActivePrev = ActiveStreamsTail;
+  if (ActiveStreamsTail) {
+    ActiveStreamsTail->ActiveNext = this;
+  } else {
+    ActiveStreamsHead = this;
+  }
+  ActiveStreamsTail = this;
+}
+
+void SoundStream::UnlinkActive() {
+  if (ActiveStreamsHead == this) ActiveStreamsHead = ActiveNext;
+  if (ActiveStreamsTail == this) ActiveStreamsTail = ActivePrev;
+  if (ActivePrev) ActivePrev->ActiveNext = ActiveNext;
+  if (ActiveNext) ActiveNext->ActivePrev = ActivePrev;
+  ActiveNext = nullptr;
+  ActivePrev = nullptr;
+}
+
+void SoundStream::Pause3D() {
+  if (Paused3D == 0 && (State == STREAM_PLAYING || State == STREAM_SINGLE)) {
+    SoundBuffer_Command(Buffer, BUFFER_CMD_PAUSE);
+    Paused3D = 1;
+  }
+}
+
+void SoundStream::Resume3D() {
+  if (Paused3D != 0) {
+    SoundBuffer_Command(Buffer, BUFFER_CMD_PLAY);
+    Paused3D = 0;
+  }
+}
+
+// ---- events ----
+
+void NotifyStream(QORSOUND_STREAM_EVENT event, void* first, void* second) {
+  if (NotifyCallback) NotifyCallback(event, first, second);
+}
+
+void StealStream(SoundStream* stream) {
+  stream->Release();
+  NotifyStream(STREAM_EVENT_STOLEN, stream, nullptr);
+}

@@ -1,0 +1,79 @@
+// One playing instance of a catalogue sound: a buffer and its place in the pool.
+#ifndef KXSOUND_PLAYBACK_SOUND_STREAM_H
+#define KXSOUND_PLAYBACK_SOUND_STREAM_H
+
+#include <cstdint>
+
+#include "kxSound.h"
+
+class SoundBuffer;
+class SoundEntry;
+class SoundStream;
+
+constexpr int STREAM_FREE = 0;
+constexpr int STREAM_SINGLE = 1;
+constexpr int STREAM_STOPPED = 2;
+constexpr int STREAM_PLAYING = 3;
+constexpr int STREAM_PAUSED = 4;
+
+
+constexpr int MAX_STREAMS_PER_FILE = 4;
+
+// A link of one file's chain of streams.
+class ChainNode {
+public:
+  explicit ChainNode(SoundBuffer* buffer) : Buffer(buffer) {}
+  // Destroys the rest of the chain as well; take a stream out with Remove first.
+  virtual ~ChainNode();
+  ChainNode(const ChainNode&) = delete;
+  ChainNode& operator=(const ChainNode&) = delete;
+
+  void Append(SoundStream* stream);
+  static SoundStream* Remove(SoundStream* head, SoundStream* stream);
+
+  SoundBuffer* const Buffer;
+  SoundStream* ChainNext = nullptr;
+};
+
+class SoundStream : public ChainNode {
+public:
+  SoundStream(SoundEntry* owner, int fileIndex, SoundBuffer* buffer);
+  ~SoundStream() override;
+
+  void Assign(int state, void** slot, uint32_t flags);
+  void Stop();
+  void Release();
+  void LinkActive();
+  void UnlinkActive();
+  void Pause3D();
+  void Resume3D();
+
+  uint32_t StartTick = 0;
+  SoundEntry* const Owner;
+  const int32_t FileIndex;
+  int32_t State = STREAM_FREE;
+  void** HandleSlot = nullptr;
+  uint32_t Flags = 0;
+  float VolumeScale = 1.0f;
+  float FrequencyScale = 1.0f;
+  SoundStream* ActiveNext = nullptr;
+  SoundStream* ActivePrev = nullptr;
+  int32_t Paused3D = 0;
+  float LastPosition[3] = {0.0f, 0.0f, 0.0f};
+};
+
+// The streams in use, in the order of their acquisition.
+extern SoundStream* ActiveStreamsHead;
+extern SoundStream* ActiveStreamsTail;
+// Living stream objects, and the streams walked by the last update.
+extern int StreamsCreated;
+extern int StreamsTotal;
+
+void NotifyStream(QORSOUND_STREAM_EVENT event, void* first, void* second);
+void StealStream(SoundStream* stream);
+
+// Handles come from outside: a stream destroyed since (logout, deleted sound, a new
+// base, a released extra stream) must be refused before it is touched.
+SoundStream* LiveStream(void* handle);
+
+#endif

@@ -1,0 +1,168 @@
+// Steering a held stream: start, stop, pause, seek, place, level and pitch; and the
+// pause of all 3D sounds at once.
+#include <cstring>
+
+#include "base/catalogue.h"
+#include "core/state.h"
+#include "playback/playing.h"
+#include "playback/sound_buffer.h"
+#include "playback/sound_stream.h"
+
+namespace {
+
+constexpr float POINT_ZERO_ONE = 0.01f;
+
+// The checks every operation makes, in this order: the system, the sound switch
+// where asked, a handle of a living stream, and one-shots where they are refused.
+SoundStream* Checked(void* handle, bool needsSound, bool refusesSingle) {
+  if (!SystemInitialized) return nullptr;
+  if (needsSound && !SoundEnabled) return nullptr;
+  SoundStream* stream = LiveStream(handle);
+  if (!stream) return nullptr;
+  if (refusesSingle && stream->State == STREAM_SINGLE) return nullptr;
+  return stream;
+}
+
+// The stream's scale as stored, and the unrounded value the setter itself uses.
+double PercentScale(int percent) { return static_cast<double>(percent) * static_cast<double>(POINT_ZERO_ONE); }
+
+LONG Start(void* handle, int command) {
+  SoundStream* stream = Checked(handle, true, true);
+  if (!stream) return E_FAIL;
+  StartAtLevel(stream, command);
+  stream->State = STREAM_PLAYING;
+  NotifyStream(STREAM_EVENT_CHANGED, stream, nullptr);
+  return S_OK;
+}
+
+}  // namespace
+
+LONG qorSound_PlayStream(void* stream) { return Start(stream, BUFFER_CMD_PLAY); }
+
+LONG qorSound_ResumeStream(void* stream) { return Start(stream, BUFFER_CMD_RESUME); }
+
+LONG qorSound_StopStream(void* handle) {
+  SoundStream* stream = Checked(handle, false, true);
+  if (!stream) return E_FAIL;
+  stream->Stop();
+  NotifyStream(STREAM_EVENT_CHANGED, stream, nullptr);
+  return S_OK;
+}
+
+LONG qorSound_PauseStream(void* handle) {
+  SoundStream* stream = Checked(handle, false, true);
+  if (!stream) return E_FAIL;
+  SoundBuffer_Command(stream->Buffer, BUFFER_CMD_PAUSE);
+  stream->State = STREAM_PAUSED;
+  NotifyStream(STREAM_EVENT_CHANGED, stream, nullptr);
+  return S_OK;
+}
+
+LONG qorSound_RewindStream(void* handle) {
+  SoundStream* stream = Checked(handle, false, true);
+  if (!stream) return E_FAIL;
+  SoundBuffer_Command(stream->Buffer, BUFFER_CMD_REWIND);
+  return S_OK;
+}
+
+LONG qorSound_SetStreamProgress(void* handle, int percent) {
+  SoundStream* stream = Checked(handle, false, true);
+  if (!stream) return E_FAIL;
+  SoundBuffer_SetProgress(stream->Buffer, static_cast<uint32_t>(percent));
+  return S_OK;
+}
+
+LONG qorSound_SetStreamPosition(void* handle, const void* position) {
+  SoundStream* stream = Checked(handle, false, true);
+  if (!stream || !position) return E_FAIL;
+  SoundBuffer_SetPosition(stream->Buffer, static_cast<const float*>(position));
+  std::memcpy(stream->LastPosition, position, sizeof stream->LastPosition);
+  return S_OK;
+}
+
+LONG qorSound_SetStreamVelocity(void* handle, const void* velocity) {
+  SoundStream* stream = Checked(handle, false, true);
+  if (!stream || !velocity) return E_FAIL;
+  SoundBuffer_SetVelocity(stream->Buffer, static_cast<const float*>(velocity));
+  return S_OK;
+}
+
+LONG qorSound_GetStreamPosition(void* handle, void* position) {
+  SoundStream* stream = Checked(handle, false, false);
+  if (!stream || !position) return E_FAIL;
+  SoundBuffer_GetPosition(stream->Buffer, static_cast<float*>(position));
+  return S_OK;
+}
+
+LONG qorSound_GetStreamFile(void* handle, char* name) {
+  SoundStream* stream = Checked(handle, false, false);
+  if (!stream || !name) return E_FAIL;
+  const SoundEntry* owner = stream->Owner;
+  // The list may have been emptied while the sound stayed logged in.
+  if (!owner->Files) {
+    name[0] = 0;
+    return S_OK;
+  }
+  const char* path = owner->Files[owner->EnabledFileIndex(stream->FileIndex)].Path;
+  const char* slash = std::strrchr(path, '\\');
+  const char* file = slash ? slash + 1 : path;
+  size_t length = std::strcspn(file, ".");
+  std::memcpy(name, file, length);
+  name[length] = 0;
+  return S_OK;
+}
+
+LONG qorSound_GetStreamState(void* handle, char* state) {
+  SoundStream* stream = Checked(handle, false, false);
+  if (!stream || !state) return E_FAIL;
+  static const char* const TEXTS[] = {"[free]", "[single]", "[stopped]", "[playing]", "[paused]"};
+  const char* text = stream->State >= STREAM_FREE && stream->State <= STREAM_PAUSED ? TEXTS[stream->State] : "[???]";
+  std::memcpy(state, text, std::strlen(text) + 1);
+  return S_OK;
+}
+
+LONG qorSound_SetStreamVolume(void* handle, int percent) {
+  SoundStream* stream = Checked(handle, false, false);
+  if (!stream) return E_FAIL;
+  stream->VolumeScale = static_cast<float>(PercentScale(percent));
+  SoundBuffer_SetVolumePercent(stream->Buffer, ScaledPercent(stream->Owner->Volume, PercentScale(percent), VolumeFactor));
+  return S_OK;
+}
+
+LONG qorSound_SetStreamVolume2(void* handle, int percent) {
+  SoundStream* stream = Checked(handle, false, false);
+  if (!stream) return E_FAIL;
+  stream->VolumeScale = static_cast<float>(PercentScale(percent));
+  double raised = (LogarithmicVolume(percent) + 10000.0) * static_cast<double>(VolumeFactor) - 10000.0;
+  SoundBuffer_SetVolumeRaw(stream->Buffer, static_cast<int>(raised));
+  return S_OK;
+}
+
+LONG qorSound_SetStreamFrequency(void* handle, int percent) {
+  SoundStream* stream = Checked(handle, false, false);
+  if (!stream) return E_FAIL;
+  stream->FrequencyScale = static_cast<float>(PercentScale(percent));
+  SoundBuffer_SetFrequencyPercent(stream->Buffer,
+                                  ScaledPercent(stream->Owner->Frequency, PercentScale(percent), FrequencyFactor));
+  return S_OK;
+}
+
+void qorSound_Enable3D(void* handle, int enable) {
+  if (SoundStream* stream = Checked(handle, false, false)) SoundBuffer_Enable3D(stream->Buffer, enable);
+}
+
+LONG qorSound_Pause3DSounds() {
+  if (!SystemInitialized || !SoundEnabled) return E_FAIL;
+  for (SoundEntry* entry = SoundList; entry; entry = entry->NextEntry()) {
+    if (entry->Is3D) entry->Pause3DStreams();
+  }
+  return S_OK;
+}
+
+LONG qorSound_Resume3DSounds() {
+  if (!SystemInitialized || !SoundEnabled) return E_FAIL;
+  for (SoundEntry* entry = SoundList; entry; entry = entry->NextEntry()) {
+    if (entry->Is3D) entry->Resume3DStreams();
+  }
+  return S_OK;
+}
