@@ -10,10 +10,11 @@ constexpr uint32_t kDefaultSeed = 1;
 
 uint32_t g_state = kDefaultSeed;
 
-std::deque<uint32_t>& queue() {
-  static std::deque<uint32_t> q;
-  return q;
-}
+// Built when the library loads: a deque allocates as it is made, and the first draw may
+// come from a game's first play.
+std::deque<uint32_t> g_queue;
+
+std::deque<uint32_t>& queue() { return g_queue; }
 
 }  // namespace
 

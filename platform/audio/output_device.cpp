@@ -175,12 +175,12 @@ void OutputDevice::StopNull() {
   nullThread_.join();
 }
 
-ContextScope::ContextScope(ALCcontext* context) : previous_(alcGetThreadContext()), changed_(previous_ != context) {
-  if (changed_) alcSetThreadContext(context);
+ContextScope::ContextScope(ALCcontext* context) : previous_(alcGetThreadContext()), context_(context) {
+  if (previous_ != context_) alcSetThreadContext(context_);
 }
 
 ContextScope::~ContextScope() {
-  if (changed_) alcSetThreadContext(previous_);
+  if (previous_ && previous_ != context_) alcSetThreadContext(previous_);
 }
 
 }  // namespace kxaudio

@@ -132,7 +132,12 @@ bool Device::SetMixRate(uint32_t rate) {
   return done;
 }
 
-void Device::Add(SoundBuffer* buffer) { buffers_.push_back(buffer); }
+// A buffer is listed as dirty at most once, so room for every buffer, made while buffers are
+// created, keeps a deferred setting from allocating mid-game.
+void Device::Add(SoundBuffer* buffer) {
+  buffers_.push_back(buffer);
+  if (dirty_.capacity() < buffers_.size()) dirty_.reserve(buffers_.capacity());
+}
 
 void Device::Remove(SoundBuffer* buffer) {
   auto it = std::find(buffers_.rbegin(), buffers_.rend(), buffer);

@@ -100,7 +100,7 @@ TEST_F(Output, OfflineRendersExactlyTheTimeAdvancedAtEachOutputsRate) {
   EXPECT_EQ(0u, kxHost_TakeCapture(1, pcm.data(), 1)) << "a closed output renders nothing";
 }
 
-TEST_F(Output, ContextScopesNestAndRestore) {
+TEST_F(Output, ContextScopesNestAndTheOutermostStays) {
   ASSERT_EQ(0, kxHost_SetAudioOutput("offline"));
   auto a = kxaudio::OutputDevice::Open(kxaudio::kEffectsOutput, 22050);
   auto b = kxaudio::OutputDevice::Open(kxaudio::kMusicOutput, 44100);
@@ -117,7 +117,11 @@ TEST_F(Output, ContextScopesNestAndRestore) {
     // Another thread has its own current context.
     std::thread([] { EXPECT_EQ(nullptr, alcGetThreadContext()); }).join();
   }
-  EXPECT_EQ(before, alcGetThreadContext());
+  EXPECT_EQ(before ? before : a->Context(), alcGetThreadContext());
+  // Closing a device takes its context off the thread.
+  ALCcontext* closed = a->Context();
+  a.reset();
+  EXPECT_NE(alcGetThreadContext(), closed);
 }
 
 }  // namespace
