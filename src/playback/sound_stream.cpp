@@ -92,6 +92,8 @@ void SoundStream::Assign(int state, void** slot, uint32_t flags) {
 
 void SoundStream::Stop() {
   SoundBuffer_Command(Buffer, BUFFER_CMD_STOP);
+  // Stopped by other hands, the stream is no longer the 3D pause's to continue.
+  Paused3D = 0;
   if (State == STREAM_PLAYING) {
     State = STREAM_STOPPED;
   } else if (State == STREAM_SINGLE) {

@@ -31,6 +31,8 @@ LONG Start(void* handle, int command) {
   if (!stream) return E_FAIL;
   StartAtLevel(stream, command);
   stream->State = STREAM_PLAYING;
+  // The holder has taken over from the 3D pause: its resume must not restart this.
+  stream->Paused3D = 0;
   NotifyStream(STREAM_EVENT_CHANGED, stream, nullptr);
   return S_OK;
 }
@@ -54,6 +56,7 @@ LONG qorSound_PauseStream(void* handle) {
   if (!stream) return E_FAIL;
   SoundBuffer_Command(stream->Buffer, BUFFER_CMD_PAUSE);
   stream->State = STREAM_PAUSED;
+  stream->Paused3D = 0;
   NotifyStream(STREAM_EVENT_CHANGED, stream, nullptr);
   return S_OK;
 }

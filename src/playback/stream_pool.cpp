@@ -158,8 +158,9 @@ SoundStream* SoundEntry::AcquireStream(int fileIndex, void** slot, int state, ui
 void SoundEntry::ReleaseStream(SoundStream* stream) {
   stream->Release();
   NotifyStream(STREAM_EVENT_RELEASED, stream, nullptr);
-  // The holder may have destroyed the stream in its callback (a logout, say).
-  if ((stream->Flags & STREAM_FLAG_EXTRA) && LiveStream(stream)) DestroyStream(stream);
+  // The holder may have destroyed the stream in its callback (a logout, say): ask
+  // before reading it.
+  if (LiveStream(stream) && (stream->Flags & STREAM_FLAG_EXTRA)) DestroyStream(stream);
 }
 
 void SoundEntry::DestroyStream(SoundStream* stream) {

@@ -1,0 +1,513 @@
+// Streams heard on the offline output and counted through their events.
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <initializer_list>
+
+#include "buffer_fixture.h"
+#include "kxEngine.h"
+
+namespace {
+
+struct Event {
+  int Kind;
+  void *First, *Second;
+  void* Held;   // the watched handle variable when the event arrived
+  double Time;  // seconds into the last Run
+};
+
+using Kinds = std::vector<int>;
+std::vector<Event> events;
+void** watched = nullptr;
+double clockNow = 0;
+std::function<void(int, void*)> onEvent;
+
+void Record(QORSOUND_STREAM_EVENT kind, void* first, void* second) {
+  events.push_back({kind, first, second, watched ? *watched : nullptr, clockNow});
+  if (onEvent) onEvent(kind, first);
+}
+
+Kinds Sent() {
+  Kinds kinds;
+  for (const Event& e : events) kinds.push_back(e.Kind);
+  return kinds;
+}
+
+// Dominant frequency of a window, from the zero crossings of the left channel.
+double Hz(const Capture& c, double from, double to) {
+  size_t begin = static_cast<size_t>(from * c.Rate), end = std::min(c.Left.size(), size_t(to * c.Rate));
+  int crossings = 0;
+  for (size_t i = begin + 1; i < end; ++i) crossings += (c.Left[i - 1] < 0) != (c.Left[i] < 0);
+  return crossings / (2.0 * (to - from));
+}
+
+std::string State(void* stream) {
+  char text[16];
+  return qorSound_GetStreamState(stream, text) == S_OK ? text : "dead";
+}
+
+SoundStream* S(void* handle) { return static_cast<SoundStream*>(handle); }
+
+bool Play(const char* name, const float* at = nullptr) { return qorSound_PlaySound(name, at, -1) == S_OK; }
+
+// The overlay of one frame as "x y colour text" lines.
+std::vector<std::string> Overlay() {
+  kxHost_ClearDebugText();
+  qorSound_Update();
+  qorSound_Render();
+  std::vector<std::string> lines;
+  for (int i = 0; i < kxHost_DebugTextCount(); ++i) {
+    float x = 0, y = 0;
+    uint32_t colour = 0;
+    char text[256], line[300];
+    kxHost_GetDebugText(i, &x, &y, &colour, text);
+    std::snprintf(line, sizeof line, "%.3f %.3f %08X %s", x, y, colour, text);
+    lines.push_back(line);
+  }
+  return lines;
+}
+
+class Streams : public BufferTest {
+protected:
+  void SetUp() override {
+    BufferTest::SetUp();
+    events.clear();
+    watched = nullptr;
+    qorSound_SetNotifyCallback(Record);
+    ASSERT_EQ(StreamsCreated, 0) << "streams of an earlier module are still alive";
+  }
+  void TearDown() override {
+    // These switches are process-wide and outlive the module.
+    SoundEnabled = Play3DEnabled = 1;
+    ShowStatistic = MasterVolume = 0;
+    VolumeFactor = 1.0f;
+    NotifyCallback = nullptr;
+    onEvent = nullptr;
+    kxHost_SeedRandom(1);
+    BufferTest::TearDown();
+  }
+
+  std::string ToneFile(const std::string& file, double hz, double seconds) {
+    WaveSpec spec;
+    spec.Data = Tone(hz, seconds, 22050, 1, 16, 0.5);
+    return WriteWave(root, file, spec);
+  }
+  // A sound with one tone file per frequency, named after the sound: "name0.wav"...
+  SoundEntry* Sound(const char* name, std::initializer_list<double> tones, double seconds = 1.0, int streams = 1,
+                    int is3D = 0) {
+    Create(name);
+    int i = 0;
+    for (double hz : tones) {
+      char path[64];
+      std::snprintf(path, sizeof path, "%s%d.wav", name, i++);
+      ToneFile(path, hz, seconds);
+      EXPECT_EQ(qorSound_AddFile(name, path), S_OK);
+    }
+    qorSound_SetNumStreams(name, streams);
+    qorSound_Set3D(name, is3D);
+    return Entry(name);
+  }
+  void* Held(const char* name, void** slot, ULONG flags = 0) {
+    void* stream = qorSound_QueryStream(name, slot, flags);
+    EXPECT_EQ(qorSound_PlayStream(stream), S_OK);
+    return stream;
+  }
+  // Renders in steps of 10 ms with a frame update after each, as a game would.
+  Capture Run(uint32_t ms) {
+    Capture all;
+    for (uint32_t done = 0; done < ms; done += 10) {
+      Capture part = Listen(10);
+      all.Rate = part.Rate;
+      all.Left.insert(all.Left.end(), part.Left.begin(), part.Left.end());
+      clockNow = static_cast<double>(all.Left.size()) / all.Rate;
+      all.Right.insert(all.Right.end(), part.Right.begin(), part.Right.end());
+      qorSound_Update();
+    }
+    return all;
+  }
+};
+
+TEST_F(Streams, AOneShotIsReleasedInTheFirstUpdateAfterItsEnd) {
+  Sound("shot", {440}, 0.2);
+  ASSERT_TRUE(Play("shot"));
+  ASSERT_EQ(Sent(), Kinds{1});
+  void* stream = events[0].First;
+  EXPECT_EQ(State(stream), "[single]");
+  EXPECT_GT(Run(190).Rms(0.01, 0.18), 0.1);
+  EXPECT_EQ(events.size(), 1u) << "still playing";
+  EXPECT_EQ(ActiveStreamsHead, stream);
+  Run(20);
+  ASSERT_EQ(Sent(), (Kinds{1, 2}));
+  EXPECT_EQ(events[1].First, stream);
+  EXPECT_EQ(ActiveStreamsHead, nullptr);
+  EXPECT_EQ(State(stream), "[free]");
+}
+
+TEST_F(Streams, ReplaysCutOffTheOldestOneShot) {
+  Sound("one", {440});
+  ASSERT_TRUE(Play("one") && Play("one"));
+  ASSERT_EQ(Sent(), (Kinds{1, 2, 1}));
+  EXPECT_TRUE(events[1].First == events[0].First && events[2].First == events[0].First);
+
+  Sound("four", {440}, 1.0, 4);
+  ASSERT_EQ(qorSound_LoginSound("four"), S_OK);
+  SoundStream* chain = Entry("four")->StreamChains[0];
+
+  // Equal ticks: the first of the chain.
+  for (int i = 0; i < 5; ++i) ASSERT_TRUE(Play("four"));
+  EXPECT_EQ(events.end()[-2].Kind, 2);
+  EXPECT_EQ(events.end()[-2].First, chain);
+
+  // Rising ticks: the oldest, wherever it stands in the chain.
+  for (int i = 0; i < 6; ++i) {
+    kxHost_Advance(10);
+    ASSERT_TRUE(Play("four"));
+  }
+  EXPECT_EQ(events.end()[-2].First, chain->ChainNext);
+  EXPECT_EQ(events.end()[-1].First, chain->ChainNext);
+}
+
+TEST_F(Streams, ALoopedCrossedSoundHandsOverFromFileToFile) {
+  SoundEntry* cross = Sound("cross", {300, 600, 1200}, 0.15);
+  qorSound_SetSoundPlayMode("cross", SOUND_PLAYMODE_SEQUENTIAL);
+  qorSound_SetLooped("cross", 1);
+  qorSound_SetCrossed("cross", 1);
+  void* handle = nullptr;
+  watched = &handle;
+  void* first = Held("cross", &handle);
+  EXPECT_EQ(cross->BufferLooped, 0);
+  events.clear();
+
+  Capture heard = Run(640);
+  ASSERT_EQ(Sent(), (Kinds{6, 6, 6, 6})) << "four ends of 150 ms files";
+  std::vector<double> tones{Hz(heard, 0.02, 0.12)};
+  void* previous = first;
+  double started = 0;
+  for (const Event& e : events) {
+    EXPECT_EQ(e.First, previous);
+    EXPECT_EQ(e.Held, e.Second) << "the caller's variable holds the new stream when told";
+    EXPECT_NEAR(e.Time - started, 0.155, 0.006) << "taken over in the first update after the end";
+    tones.push_back(Hz(heard, e.Time + 0.02, e.Time + 0.12));
+    previous = e.Second;
+    started = e.Time;
+  }
+  for (int i = 0; i < 4; ++i) EXPECT_NEAR(tones[i], (300 << (i % 3)), 15) << "file " << i;
+  EXPECT_EQ(events[2].Second, first) << "one stream per file: file 0 comes back on its stream";
+  EXPECT_EQ(handle, events.back().Second);
+  EXPECT_EQ(State(events[0].First), "[free]");
+}
+
+TEST_F(Streams, AHandOverWithNowhereToGoRestartsTheSameStream) {
+  // Random order with one file, looped only after the login: there is no other file to draw.
+  Sound("solo", {440}, 0.1);
+  ASSERT_EQ(qorSound_LoginSound("solo"), S_OK);
+  qorSound_SetLooped("solo", 1);
+  for (int i = 0; i < 200; ++i) kxHost_QueueRandom(0);
+  void* solo = nullptr;
+  Held("solo", &solo);
+
+  // Another mode, stealable, one stream per file: the only candidate is the stream itself.
+  Sound("self", {880, 880}, 0.1);
+  qorSound_SetSoundPlayMode("self", static_cast<SOUND_PLAYMODE>(2));
+  qorSound_SetLooped("self", 1);
+  qorSound_SetCrossed("self", 1);
+  void* self = nullptr;
+  Held("self", &self, STREAM_FLAG_STEALABLE);
+  events.clear();
+
+  Capture heard = Run(350);
+  EXPECT_TRUE(events.empty()) << "a restart sends nothing";
+  for (double from : {0.05, 0.15, 0.25, 0.33}) EXPECT_GT(heard.Rms(from, from + 0.04), 0.1) << from;
+  EXPECT_EQ(qorRandom_Rand(), 0u) << "no endless redraw drained the queue";
+  for (void* stream : {solo, self}) {
+    EXPECT_EQ(State(stream), "[playing]");
+    EXPECT_TRUE(SoundBuffer_IsPlaying(S(stream)->Buffer));
+  }
+}
+
+TEST_F(Streams, ThreeDSoundsAreCutOffBeyondTheirMaximumDistance) {
+  Sound("far", {440}, 1.0, 1, 1);
+  qorSound_SetDistances("far", 1.0f, 10.0f);
+  const float edge[3] = {0, 0, 10.0f}, beyond[3] = {0, 0, std::nextafter(10.0f, 11.0f)}, away[3] = {0, 0, 1e3f};
+  ASSERT_TRUE(Play("far", edge));
+  ASSERT_TRUE(Play("far", beyond));
+  EXPECT_EQ(Sent(), Kinds{1}) << "nothing played beyond, and nothing cut off";
+  Play3DEnabled = 0;
+  ASSERT_TRUE(Play("far", away));
+  EXPECT_EQ(Sent(), (Kinds{1, 2, 1}));
+  EXPECT_GT(Run(100).Rms(0.02), 0.1) << "at full level, 3D processing off";
+}
+
+TEST_F(Streams, SwitchingSoundOffSilencesEverythingAndOnRestartsNothing) {
+  Sound("fx", {440}, 1.0, 3);
+  void *kept = nullptr, *loose = nullptr;
+  ASSERT_TRUE(Play("fx"));
+  void* shot = events[0].First;
+  Held("fx", &kept);
+  Held("fx", &loose, STREAM_FLAG_STEALABLE);
+  static int ends;
+  ends = 0;
+  ASSERT_EQ(qorSound_PlayFile2(ToneFile("p.wav", 440, 0.05).c_str(), 0, [](int p) { ends += p == 1000; }), S_OK);
+  Run(20);
+  DWORD place = Cursor(S(kept)->Buffer);
+  events.clear();
+
+  ASSERT_EQ(qorSound_Enable(0), S_OK);
+  EXPECT_TRUE(events.empty());
+  EXPECT_EQ(State(shot), "[free]");
+  EXPECT_EQ(State(loose), "[free]");
+  EXPECT_EQ(State(kept), "[stopped]");
+  EXPECT_TRUE(ActiveStreamsHead == kept && ActiveStreamsTail == kept);
+  EXPECT_EQ(Listen(100).Rms(0.04), 0.0);
+  ShowStatistic = 1;
+  EXPECT_TRUE(Overlay().empty());
+  EXPECT_EQ(ends, 0) << "the ended preview isn't noticed while off";
+  EXPECT_FALSE(Play("fx"));
+  ASSERT_EQ(qorSound_Enable(1), S_OK);
+  EXPECT_EQ(Listen(100).Rms(), 0.0);
+  qorSound_Update();
+  EXPECT_EQ(ends, 1);
+  ASSERT_EQ(qorSound_ResumeStream(kept), S_OK);
+  EXPECT_EQ(Cursor(S(kept)->Buffer), place) << "continues where sound was switched off";
+}
+
+TEST_F(Streams, TheMasterVolumeReachesPlayingStreams) {
+  Sound("music", {440}, 2.0);
+  ASSERT_TRUE(Play("music"));
+  double full = Run(100).Rms(0.02);
+
+  // 94 × 0.01f lies just below 0.94, so the level truncates to 93.
+  ASSERT_EQ(qorSound_SetVolume(94), S_OK);
+  EXPECT_NEAR(Decibels(Run(100).Rms(0.02), full), -7.0, 0.3);
+  ASSERT_EQ(qorSound_SetVolume(50), S_OK);
+  EXPECT_NEAR(Decibels(Run(100).Rms(0.02), full), -50.0, 0.5);
+  ASSERT_EQ(qorSound_SetVolume(70), S_OK);
+  EXPECT_EQ(VolumeFactor, 0.699999988f);
+  EXPECT_NEAR(Decibels(Run(100).Rms(0.02), full), -31.0, 0.3) << "100 × 0.7f truncates to 69";
+  ASSERT_TRUE(Play("music"));
+  EXPECT_NEAR(Decibels(Run(100).Rms(0.02), full), -31.0, 0.3) << "a new start at the same level";
+}
+
+TEST_F(Streams, StopResumeAndPausePlayContinueWhereTheyLeftOff) {
+  Create("door");
+  ToneFile("sounds/door.old.wav", 440, 2.0);
+  char path[64] = "Sounds\\Door.Old.wav", name[64];
+  ASSERT_EQ(qorSound_AddFile("door", path), S_OK);
+  void* door = nullptr;
+  ASSERT_EQ(qorSound_QueryStream("door", &door, 0), door);
+  ASSERT_EQ(qorSound_GetStreamFile(door, name), S_OK);
+  EXPECT_STREQ(name, "door");
+  SoundBuffer* buffer = S(door)->Buffer;
+  ASSERT_EQ(qorSound_PlayStream(door), S_OK);
+  Run(200);
+  ASSERT_EQ(qorSound_StopStream(door), S_OK);
+  EXPECT_EQ(State(door), "[stopped]");
+  DWORD stopped = buffer->SavedCursor;
+  EXPECT_GT(stopped, 8000u);
+  EXPECT_EQ(Run(50).Rms(), 0.0);
+  ASSERT_EQ(qorSound_ResumeStream(door), S_OK);
+  EXPECT_EQ(Cursor(buffer), stopped);
+  Run(100);
+  ASSERT_EQ(qorSound_PauseStream(door), S_OK);
+  EXPECT_EQ(State(door), "[paused]");
+  DWORD paused = Cursor(buffer);
+  EXPECT_GT(paused, stopped);
+  EXPECT_EQ(Run(50).Rms(), 0.0);
+  ASSERT_EQ(qorSound_PlayStream(door), S_OK);
+  EXPECT_EQ(Cursor(buffer), paused);
+  EXPECT_GT(Run(50).Rms(0.01), 0.1);
+  EXPECT_EQ(Sent(), (Kinds{1, 5, 5, 5, 5, 5}));
+  qorSound_ReleaseStream(door);
+  EXPECT_EQ(State(door), "[free]");
+
+  // A one-shot's handle, known only from its event: no control, but its own level.
+  ASSERT_TRUE(Play("door"));
+  void* shot = events.back().First;
+  double full = Run(100).Rms(0.02);
+  EXPECT_EQ(qorSound_StopStream(shot), E_FAIL);
+  EXPECT_EQ(qorSound_PauseStream(shot), E_FAIL);
+  qorSound_ReleaseStream(shot);
+  ASSERT_EQ(qorSound_SetStreamVolume(shot, 94), S_OK);
+  EXPECT_NEAR(Decibels(Run(100).Rms(0.02), full), -7.0, 0.3) << "truncated to 93, as for the master volume";
+  EXPECT_EQ(State(shot), "[single]");
+}
+
+TEST_F(Streams, ThePauseOfThreeDSoundsHoldsThemAcrossUpdates) {
+  Sound("near", {440}, 0.3, 1, 1);
+  Sound("hum", {440}, 2.0, 3, 1);
+  void *on = nullptr, *before = nullptr, *during = nullptr;
+  ASSERT_TRUE(Play("near"));
+  SoundStream* shot = S(events[0].First);
+  Held("hum", &on);
+  Held("hum", &before);
+  Held("hum", &during);
+  ASSERT_EQ(qorSound_PauseStream(before), S_OK);
+  Run(100);
+  events.clear();
+
+  ASSERT_EQ(qorSound_Pause3DSounds(), S_OK);
+  ASSERT_EQ(qorSound_Pause3DSounds(), S_OK);
+  DWORD place = Cursor(shot->Buffer);
+  ASSERT_EQ(qorSound_PauseStream(during), S_OK);
+  EXPECT_EQ(Run(400).Rms(), 0.0);
+  EXPECT_EQ(Sent(), Kinds{5}) << "only the holder's own pause";
+  EXPECT_EQ(shot->State, STREAM_SINGLE) << "a held one-shot isn't over";
+  EXPECT_EQ(State(on), "[playing]");
+  ASSERT_EQ(qorSound_Resume3DSounds(), S_OK);
+  ASSERT_EQ(qorSound_Resume3DSounds(), S_OK);
+  EXPECT_EQ(Cursor(shot->Buffer), place) << "continues at the pause, and only once";
+  EXPECT_GT(Run(300).Rms(0.01, 0.15), 0.1);
+  ASSERT_EQ(Sent(), (Kinds{5, 2}));
+  EXPECT_NEAR(events[1].Time, 0.2, 0.015) << "the one-shot plays out the rest of its 300 ms";
+  for (void* paused : {before, during}) {
+    EXPECT_EQ(State(paused), "[paused]");
+    EXPECT_FALSE(SoundBuffer_IsPlaying(S(paused)->Buffer))
+        << "paused by its holder " << (paused == before ? "before" : "during") << " the 3D pause";
+  }
+  // Streams that leave the 3D pause some other way are not started by its end.
+  ASSERT_TRUE(Play("near"));
+  ASSERT_EQ(qorSound_Pause3DSounds(), S_OK);
+  qorSound_ReleaseStream(on);
+  ASSERT_EQ(qorSound_StopStream(before), S_OK);
+  ASSERT_EQ(qorSound_Enable(0), S_OK);
+  ASSERT_EQ(qorSound_Enable(1), S_OK);
+  ASSERT_EQ(qorSound_Resume3DSounds(), S_OK);
+  EXPECT_EQ(Run(100).Rms(), 0.0) << "a free or stopped stream sounds";
+}
+
+TEST_F(Streams, TheOverlayListsTheSoundsInUse) {
+  using Lines = std::vector<std::string>;
+  ShowStatistic = 1;
+  EXPECT_EQ(Overlay(), Lines{"0.300 0.060 FFFF8040 Streams created: 0"});
+  Sound("alpha", {440}, 1.0, 2);
+  Sound("beta", {440}, 1.0, 1, 1);
+  ASSERT_TRUE(Play("alpha"));
+  void* beta = nullptr;
+  Held("beta", &beta);
+  const float where[3] = {3, 4, -5};
+  ASSERT_EQ(qorSound_SetStreamPosition(beta, where), S_OK);
+  EXPECT_EQ(Overlay(), (Lines{"0.300 0.040 FFFF8040 alpha0.wav: 1/1", "0.300 0.060 FFFF8040 beta0.wav: 1/1",
+                              "0.700 0.060 FFFF8040 (3, 4, -5)", "0.300 0.080 FFFF8040 Total Streams: 2",
+                              "0.300 0.100 FFFF8040 Streams created: 3"}));
+
+  // A stopped held stream is in use but silent, and shows no position.
+  ASSERT_EQ(qorSound_StopStream(beta), S_OK);
+  EXPECT_EQ(Overlay()[1], "0.300 0.060 FFFF8040 beta0.wav: 0/1");
+}
+
+// Every call on a dead handle fails without touching it; ASan watches the memory.
+void ExpectDead(void* stream) {
+  float v[3] = {0, 0, 0};
+  char text[64];
+  for (LONG result : {qorSound_PlayStream(stream), qorSound_ResumeStream(stream), qorSound_StopStream(stream),
+                      qorSound_PauseStream(stream), qorSound_RewindStream(stream),
+                      qorSound_SetStreamProgress(stream, 50), qorSound_SetStreamPosition(stream, v),
+                      qorSound_SetStreamVelocity(stream, v), qorSound_GetStreamPosition(stream, v),
+                      qorSound_GetStreamFile(stream, text), qorSound_GetStreamState(stream, text),
+                      qorSound_SetStreamVolume(stream, 50), qorSound_SetStreamVolume2(stream, 50),
+                      qorSound_SetStreamFrequency(stream, 50)}) {
+    EXPECT_EQ(result, E_FAIL);
+  }
+  qorSound_Enable3D(stream, 0);
+  size_t before = events.size();
+  qorSound_ReleaseStream(stream);
+  EXPECT_EQ(events.size(), before);
+}
+
+TEST_F(Streams, HandlesOfDestroyedStreamsAreRefused) {
+  Sound("gone", {440});
+  void* stream = nullptr;
+  Held("gone", &stream);
+  ASSERT_EQ(qorSound_LogoutSound("gone"), S_OK);
+  ExpectDead(stream);
+  Held("gone", &stream);
+  qorSound_DeleteSound("gone");
+  ExpectDead(stream);
+  Sound("base", {440});
+  Held("base", &stream);
+  qorSound_LoadBase();
+  ExpectDead(stream);
+  Sound("extra", {440});
+  ASSERT_EQ(qorSound_QueryStream("extra", &stream, STREAM_FLAG_EXTRA), stream);
+  std::string seen;
+  onEvent = [&](int kind, void* first) {
+    if (kind == 2) seen = State(first);
+  };
+  qorSound_ReleaseStream(stream);
+  EXPECT_EQ(seen, "[free]") << "the event comes while the extra stream still exists";
+  ExpectDead(stream);
+
+  // A holder that logs the sound out when told of the release.
+  Held("extra", &stream);
+  onEvent = [](int kind, void*) {
+    if (kind == 2) qorSound_LogoutSound("extra");
+  };
+  qorSound_ReleaseStream(stream);
+  ExpectDead(stream);
+}
+
+TEST_F(Streams, LoginAndLogoutAreSilentAndBoundTheStreams) {
+  SoundEntry* many = Sound("many", {440, 660}, 1.0, 7);
+  ASSERT_EQ(qorSound_LoginSound("many"), S_OK);
+  EXPECT_EQ(qorSound_GetNumStreams("many"), 4);
+  EXPECT_EQ(StreamsCreated, 8);
+  ASSERT_EQ(qorSound_LogoutSound("many"), S_OK);
+  EXPECT_EQ(StreamsCreated, 0);
+  EXPECT_EQ(many->LoggedIn, 0);
+  EXPECT_TRUE(events.empty());
+  SoundEntry* none = Sound("none", {440}, 1.0, 0);
+  ASSERT_EQ(qorSound_LoginSound("none"), S_OK);
+  EXPECT_FALSE(Play("none"));
+  void* stream = &stream;
+  EXPECT_EQ(qorSound_QueryStream("none", &stream, 3), nullptr);
+  EXPECT_EQ(stream, &stream) << "a refused query leaves the variable";
+  ASSERT_NE(qorSound_QueryStream("none", &stream, STREAM_FLAG_EXTRA), nullptr);
+  EXPECT_EQ(Sent(), Kinds{1});
+  EXPECT_EQ(none->LoggedIn, 1);
+  EXPECT_EQ(StreamsCreated, 1);
+  qorSound_ReleaseStream(stream);
+  EXPECT_EQ(none->LoggedIn, 0) << "its last stream is gone";
+  EXPECT_EQ(StreamsCreated, 0);
+}
+
+TEST_F(Streams, APreviewReportsItsProgressThenEndsOnce) {
+  static std::vector<int> progress;
+  progress.clear();
+  std::string path = ToneFile("preview.wav", 440, 0.1);
+  ASSERT_EQ(qorSound_PlayFile2(path.c_str(), 0, [](int p) { progress.push_back(p); }), S_OK);
+  EXPECT_GT(Run(200).Rms(0.01, 0.09), 0.1);
+  ASSERT_GE(progress.size(), 8u);
+  EXPECT_EQ(std::count(progress.begin(), progress.end(), 1000), 1);
+  EXPECT_EQ(progress.back(), 1000);
+  EXPECT_LE(progress.end()[-2], 99);
+  EXPECT_TRUE(std::is_sorted(progress.begin(), progress.end()));
+  EXPECT_EQ(FilePreviewBuffer, nullptr);
+  ASSERT_EQ(qorSound_PlayFile2(path.c_str(), 1, nullptr), S_OK);
+  EXPECT_GT(Run(50).Rms(0.01), 0.1);
+  ASSERT_EQ(qorSound_PlayFile2(nullptr, 0, nullptr), S_OK);
+  EXPECT_EQ(Run(50).Rms(), 0.0);
+  ASSERT_EQ(qorSound_PlayFile2(path.c_str(), 1, nullptr), S_OK);
+  EXPECT_EQ(qorSound_PlayFile2((path + ".missing").c_str(), 0, nullptr), E_FAIL);
+  EXPECT_EQ(FilePreviewBuffer, nullptr);
+  EXPECT_EQ(Run(50).Rms(), 0.0) << "the running file was stopped";
+}
+
+TEST_F(Streams, ARedirectedNamePlaysItsTarget) {
+  Sound("low", {300}, 0.1);
+  SoundEntry* high = Sound("high", {1200}, 0.1);
+  void* lowHandle = Entry("low");
+  EXPECT_EQ(qorSound_RedirectSound("low", "high"), S_OK);
+  EXPECT_EQ(high->LoggedIn, 1) << "the target is ready to play";
+  EXPECT_EQ(qorSound_RedirectSound("high", "low"), E_FAIL) << "a cycle";
+  ASSERT_TRUE(Play("low"));
+  EXPECT_NEAR(Hz(Run(150), 0.01, 0.09), 1200, 30);
+  ASSERT_EQ(qorSound_PlaySound(lowHandle, nullptr, -1), S_OK);
+  EXPECT_NEAR(Hz(Run(150), 0.01, 0.09), 300, 30) << "a handle plays its own entry";
+  for (const char* clear : {"low", static_cast<const char*>(nullptr)}) {
+    ASSERT_TRUE(qorSound_RedirectSound("low", "high") == S_OK && qorSound_RedirectSound("low", clear) == S_OK);
+    EXPECT_EQ(Entry("low")->Redirect, nullptr);
+  }
+  EXPECT_EQ(qorSound_RedirectSound("high", "low"), S_OK) << "no cycle once cleared";
+}
+
+}  // namespace
