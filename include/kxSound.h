@@ -161,6 +161,42 @@ KXSOUND_API void qorSound_Enable3D(void* stream, int enable);
 KXSOUND_API LONG qorSound_Pause3DSounds();
 KXSOUND_API LONG qorSound_Resume3DSounds();
 
+// ---- ambients (2D sounds with a stream of their own and a delay cycle) ----
+KXSOUND_API LONG qorSound_LoadAmbient(const char* name);
+KXSOUND_API LONG qorSound_UnloadAmbient(const char* name);
+KXSOUND_API LONG qorSound_UnloadAllAmbients();
+KXSOUND_API LONG qorSound_PauseAllAmbiemts();
+KXSOUND_API LONG qorSound_ResumeAllAmbiemts();
+KXSOUND_API LONG qorSound_PlayAmbientLooped(const char* name);
+// Waits of seconds ± percent (0..90) between starts; negative seconds are refused.
+KXSOUND_API LONG qorSound_PlayAmbientDelayed(const char* name, int seconds, int percent);
+KXSOUND_API LONG qorSound_StopAmbient(const char* name);
+KXSOUND_API LONG qorSound_AmbientVolume(const char* name, int volume);
+
+// ---- MP3 music ----
+// path: relative to the root folder unless it holds a colon; ".mp3" is added when missing.
+KXSOUND_API LONG qorSound_LoadMP3(const char* path, int flag);
+KXSOUND_API LONG qorSound_UnloadMP3();
+KXSOUND_API LONG qorSound_PlayMP3();
+KXSOUND_API LONG qorSound_PauseMP3();
+KXSOUND_API LONG qorSound_StopMP3();
+KXSOUND_API LONG qorSound_RewindMP3();
+// 1 once after a listed file has ended, else 0.
+KXSOUND_API int qorSound_IsMP3FileFinished();
+// Plays the built-in test clip.
+KXSOUND_API LONG qorSound_TestMP3();
+KXSOUND_API LONG qorSound_SetVolumeMP3(int volume);
+KXSOUND_API LONG qorSound_GetVolumeMP3(int* volume);
+
+// ---- MP3 play lists (.m3u) ----
+// A list file without any entry is refused and the old list stays.
+KXSOUND_API LONG qorSound_LoadMP3List(const char* path, int wrap);
+KXSOUND_API LONG qorSound_UnloadMP3List();
+KXSOUND_API LONG qorSound_NextMP3();
+KXSOUND_API LONG qorSound_PrevMP3();
+KXSOUND_API LONG qorSound_GoMP3Index(int index, int flag);
+KXSOUND_API LONG qorSound_RandomizeMP3List(int random);
+
 // ---- base file ----
 KXSOUND_API LONG qorSound_LoadBase();
 KXSOUND_API LONG qorSound_SaveBase();

@@ -115,10 +115,17 @@ bool OutputDevice::SetRate(uint32_t rate) {
   return context_ != nullptr && rate_ == ClampRate(rate);
 }
 
+void OutputDevice::SetRenderHook(RenderHook hook, void* context) {
+  std::lock_guard<std::mutex> hold(renderLock_);
+  hook_ = hook;
+  hookContext_ = context;
+}
+
 void OutputDevice::Render(uint32_t frames, bool capture) {
   scratch_.resize(size_t{kChunkFrames} * 2);
   while (frames) {
     uint32_t n = std::min(frames, kChunkFrames);
+    if (hook_) hook_(n, hookContext_);
     alcRenderSamplesSOFT(device_, scratch_.data(), static_cast<ALCsizei>(n));
     if (capture) AppendCapture(index_, scratch_.data(), n);
     frames -= n;

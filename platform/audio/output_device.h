@@ -39,6 +39,12 @@ public:
   // while no source or buffer exists. False keeps the old context.
   bool SetRate(uint32_t rate);
 
+  // Runs on the rendering thread (offline advance, the null output's clock) before each piece
+  // of rendering, with the frames about to be rendered, so that streaming sources can be fed
+  // just in time. It must not call into this device. Null removes it.
+  using RenderHook = void (*)(uint32_t frames, void* context);
+  void SetRenderHook(RenderHook hook, void* context);
+
   int Index() const { return index_; }
   OutputMode Mode() const { return mode_; }
   uint32_t Rate() const { return rate_; }
@@ -64,6 +70,8 @@ private:
   // Rendering (offline or the null thread) against context changes.
   std::mutex renderLock_;
   std::vector<float> scratch_;
+  RenderHook hook_ = nullptr;
+  void* hookContext_ = nullptr;
   std::thread nullThread_;
   std::mutex nullLock_;
   std::condition_variable nullWake_;

@@ -3,3 +3,4 @@ set(KX_WIN32_SOURCES
   win32/tick_count.cpp
   win32/mmio.cpp
 )
+list(APPEND KX_WIN32_SOURCES win32/resources.cpp)

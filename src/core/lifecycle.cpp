@@ -5,7 +5,10 @@
 #include <cstring>
 
 #include "base/catalogue.h"
+#include "ambient/ambients.h"
 #include "core/device.h"
+#include "core/test_clip.h"
+#include "music/music_state.h"
 #include "core/state.h"
 #include "playback/sound_buffer.h"
 #include "kxEngine.h"
@@ -18,6 +21,7 @@ constexpr char BASE_FILE_NAME[] = "Sounds.qorSound";
 __attribute__((constructor)) void AttachModule() {
   Dl_info info;
   if (dladdr(reinterpret_cast<void*>(&AttachModule), &info) && info.dli_fbase) ModuleHandle = info.dli_fbase;
+  RegisterModuleResources(ModuleHandle);
 }
 
 void BuildBaseFilePath() {
@@ -31,6 +35,7 @@ void BuildBaseFilePath() {
 
 LONG qorSound_Initialize(HWND window, int toolMode) {
   if (Device_Start(window) < 0) return E_FAIL;
+  Music_Start();
   qorFileIO_GetFolder(RootFolder, nullptr);
   RootFolder[sizeof RootFolder - 1] = 0;
   BuildBaseFilePath();
@@ -44,7 +49,11 @@ LONG qorSound_Initialize(HWND window, int toolMode) {
 LONG qorSound_Finalize() {
   if (!SystemInitialized) return E_FAIL;
   SoundBuffer_Release(&FilePreviewBuffer);
+  // Ambients hold streams of the catalogue: they go first, while their streams live.
+  delete AmbientList;
+  AmbientList = nullptr;
   DestroySoundList();
+  Music_Stop();
   Device_Stop();
   SystemInitialized = 0;
   return S_OK;

@@ -2,6 +2,7 @@
 // looped and crossed sounds, the preview file, the ambients; and the overlay.
 #include <cstdio>
 
+#include "ambient/ambients.h"
 #include "base/catalogue.h"
 #include "core/device.h"
 #include "core/state.h"
@@ -116,6 +117,7 @@ void qorSound_Update() {
       if (FilePreviewCallback) FilePreviewCallback(1000);
     }
   }
+  UpdateAmbients();
 }
 
 void qorSound_Render() {

@@ -43,15 +43,18 @@ double Capture::LastSound(double threshold) const {
   return 0;
 }
 
-Capture Listen(uint32_t milliseconds, int device, uint32_t step) {
+Capture ListenFrames(uint32_t milliseconds, void (*frame)(), int device, uint32_t step) {
   Capture capture;
   capture.Rate = kxHost_CaptureRate(device);
   for (uint32_t done = 0; done < milliseconds; done += step) {
     kxHost_Advance(std::min(step, milliseconds - done));
     Take(device, capture);
+    if (frame) frame();
   }
   return capture;
 }
+
+Capture Listen(uint32_t milliseconds, int device, uint32_t step) { return ListenFrames(milliseconds, nullptr, device, step); }
 
 void DropCapture(int device) {
   Capture ignored;

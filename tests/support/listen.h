@@ -19,6 +19,8 @@ struct Capture {
 // Advances the manual clock by milliseconds in steps and collects what device 0
 // (effects) or 1 (music) rendered meanwhile.
 Capture Listen(uint32_t milliseconds, int device = 0, uint32_t step = 10);
+// The same, calling frame() after each step, as a game calls its update once a frame.
+Capture ListenFrames(uint32_t milliseconds, void (*frame)(), int device = 0, uint32_t step = 10);
 // Drops whatever the device has rendered so far.
 void DropCapture(int device = 0);
 // 20 log10(a / b).

@@ -1,0 +1,56 @@
+// Arbitrary bytes as a play list: the parser alone with a list path taken from the
+// input, then the whole load and the moves through the list.
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "base/named_node.h"
+#include "kxHost.h"
+#include "kxSound.h"
+#include "music/playlist_text.h"
+
+namespace {
+
+std::string Root;
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  char pattern[] = "/tmp/kxfuzz-list-XXXXXX";
+  if (!mkdtemp(pattern)) std::abort();
+  Root = std::string(pattern) + "/";
+  kxHost_SetRootFolder(Root.c_str());
+  kxHost_SetAudioOutput("offline");
+  qorSound_Initialize(nullptr, 1);
+  return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  // The first line is the list's own path, the rest its text.
+  std::string bytes(reinterpret_cast<const char*>(data), size);
+  size_t cut = bytes.find('\n');
+  std::string listPath = cut == std::string::npos ? std::string() : bytes.substr(0, cut);
+  std::string text = cut == std::string::npos ? bytes : bytes.substr(cut + 1);
+  listPath = listPath.c_str();  // up to a zero byte, as a caller's string
+  NamedNode* list = ParsePlaylist(text.c_str(), listPath.c_str());
+  for (NamedNode* node = list; node; node = node->Next) {
+    if (std::memchr(node->Name, 0, NAME_SIZE) == nullptr || node->Name[0] == '#') std::abort();
+  }
+  delete list;
+
+  FILE* f = std::fopen((Root + "list.m3u").c_str(), "wb");
+  if (!f) std::abort();
+  std::fwrite(text.data(), 1, text.size(), f);
+  std::fclose(f);
+  qorSound_LoadMP3List("list", static_cast<int>(size & 1));
+  qorSound_GoMP3Index(static_cast<int>(size % 7) - 3, 0);
+  qorSound_RandomizeMP3List(1);
+  qorSound_NextMP3();
+  qorSound_UnloadMP3List();
+  return 0;
+}

@@ -1,0 +1,179 @@
+// One MP3 sound at a time, through gaudio.
+#include <cstdio>
+#include <new>
+#include <cstring>
+
+#include "base/text.h"
+#include "core/state.h"
+#include "core/test_clip.h"
+#include "gaudio/gaudio.h"
+#include "music/music_state.h"
+#include "win32/resources.h"
+
+int GAudioReady = 0;
+gaudio::GAudio* GAudioObject = nullptr;
+const uint8_t* TestClipData = nullptr;
+uint32_t TestClipSize = 0;
+GAudioSound* MP3Sound = nullptr;
+int MP3Volume = 0;
+std::atomic<int32_t> MP3FileFinished{0};
+
+namespace {
+
+constexpr uint32_t MP3_FLAGS = 4;
+constexpr uint32_t MP3_OPTION = 1;
+
+// gaudio takes what it needs during the call, but the records are kept static as
+// the library has always been given them.
+GAudioSoundDesc FileDescription;
+GAudioNotifyDesc NotifyDescription;
+
+void OnMP3FileFinished() { MP3FileFinished.store(1, std::memory_order_relaxed); }
+
+bool Loaded() { return SystemInitialized && MP3Sound; }
+
+LONG FromGAudio(int32_t result) { return result == gaudio::ERR_OK ? S_OK : E_FAIL; }
+
+}  // namespace
+
+char* MakeMusicPath(const char* path, char* out, const char* extension) {
+  int written;
+  if (std::strchr(path, ':')) {
+    written = std::snprintf(out, PATH_BUFFER_SIZE, "%s", path);
+  } else {
+    written = std::snprintf(out, PATH_BUFFER_SIZE, "%s%s", RootFolder, path[0] == '\\' ? path + 1 : path);
+  }
+  if (written < 0 || written >= PATH_BUFFER_SIZE) {
+    out[0] = 0;
+    return out;
+  }
+  LowerAscii(out);
+  if (!extension || std::strstr(out, extension)) return out;
+  if (std::strlen(out) + std::strlen(extension) >= PATH_BUFFER_SIZE) {
+    out[0] = 0;
+    return out;
+  }
+  std::strcat(out, extension);
+  return out;
+}
+
+void Music_Start() {
+  GAudioReady = 0;
+  MP3FileFinished.store(0, std::memory_order_relaxed);
+  GAudioObject = new (std::nothrow) gaudio::GAudio();
+  if (!GAudioObject || GAudioObject->init(gaudio::DEVICE_DEFAULT, 44100, 0) != gaudio::ERR_OK) return;
+  GAudioReady = 1;
+  HRSRC resource = FindResourceA(ModuleHandle, MAKEINTRESOURCEA(TEST_CLIP_RESOURCE_ID), TEST_CLIP_RESOURCE_TYPE);
+  if (!resource) return;
+  HGLOBAL loaded = LoadResource(ModuleHandle, resource);
+  if (!loaded) return;
+  TestClipData = static_cast<const uint8_t*>(LockResource(loaded));
+  TestClipSize = SizeofResource(ModuleHandle, resource);
+}
+
+void Music_Stop() {
+  if (!GAudioReady) return;
+  MP3FileFinished.store(0, std::memory_order_relaxed);
+  if (MP3ListLoaded) {
+    qorSound_UnloadMP3List();
+  } else {
+    qorSound_UnloadMP3();
+  }
+  if (MP3Sound) MP3Sound->Release();
+  MP3Sound = nullptr;
+  delete GAudioObject;
+  GAudioObject = nullptr;
+  // Nothing is left to play through.
+  GAudioReady = 0;
+}
+
+LONG qorSound_LoadMP3(const char* path, int flag) {
+  if (!SystemInitialized || !GAudioReady || !GAudioObject || !path) return E_FAIL;
+  if (MP3Sound) qorSound_UnloadMP3();
+  char full[PATH_BUFFER_SIZE];
+  MakeMusicPath(path, full, ".mp3");
+  std::memset(&FileDescription, 0, sizeof FileDescription);
+  FileDescription.Header = GAUDIO_DESC_HEADER;
+  FileDescription.Path = gaudio::Address32(full);
+  FileDescription.Flags = MP3_FLAGS | (flag ? 1u : 0u);
+  FileDescription.Option = MP3_OPTION;
+  if (GAudioObject->getSoundClass(gaudio::SOUND_CLASS_STREAM, &FileDescription, &MP3Sound) != gaudio::ERR_OK) {
+    MP3Sound = nullptr;
+    return E_FAIL;
+  }
+  if (!MP3ListLoaded) return S_OK;
+  std::memset(&NotifyDescription, 0, sizeof NotifyDescription);
+  NotifyDescription.Size = sizeof NotifyDescription;
+  NotifyDescription.Event = GAUDIO_EVENT_END_OF_FILE;
+  NotifyDescription.Callback = gaudio::Address32(reinterpret_cast<const void*>(&OnMP3FileFinished));
+  return FromGAudio(MP3Sound->SetNotify(&NotifyDescription, 1));
+}
+
+LONG qorSound_UnloadMP3() {
+  if (!Loaded()) return E_FAIL;
+  MP3FileFinished.store(0, std::memory_order_relaxed);
+  MP3Sound->Release();
+  MP3Sound = nullptr;
+  return S_OK;
+}
+
+LONG qorSound_PlayMP3() { return Loaded() ? FromGAudio(MP3Sound->Play()) : E_FAIL; }
+
+LONG qorSound_PauseMP3() { return Loaded() ? FromGAudio(MP3Sound->Pause()) : E_FAIL; }
+
+LONG qorSound_StopMP3() { return Loaded() ? FromGAudio(MP3Sound->Stop()) : E_FAIL; }
+
+LONG qorSound_RewindMP3() {
+  if (!Loaded()) return E_FAIL;
+  if (MP3Sound->Stop() != gaudio::ERR_OK) return E_FAIL;
+  return FromGAudio(MP3Sound->Play());
+}
+
+int qorSound_IsMP3FileFinished() {
+  if (!SystemInitialized) return 0;
+  if (!MP3ListLoaded) {
+    MP3FileFinished.store(0, std::memory_order_relaxed);
+    return 0;
+  }
+  return MP3FileFinished.exchange(0, std::memory_order_relaxed) ? 1 : 0;
+}
+
+LONG qorSound_TestMP3() {
+  // After shutdown the flag may stand but the library is gone.
+  if (!GAudioReady || !GAudioObject || !TestClipData) return E_FAIL;
+  if (MP3Sound) {
+    if (MP3ListLoaded) {
+      qorSound_UnloadMP3List();
+    } else {
+      qorSound_StopMP3();
+    }
+    MP3Sound->Release();
+    MP3Sound = nullptr;
+  }
+  GAudioSoundDesc description = {};
+  description.Header = GAUDIO_DESC_HEADER;
+  description.MemoryData = gaudio::Address32(TestClipData);
+  description.MemorySize = TestClipSize;
+  description.Flags = MP3_FLAGS;
+  description.FromMemory = 1;
+  description.Option = MP3_OPTION;
+  if (GAudioObject->getSoundClass(gaudio::SOUND_CLASS_STREAM, &description, &MP3Sound) != gaudio::ERR_OK) {
+    MP3Sound = nullptr;
+    return E_FAIL;
+  }
+  MP3Sound->Play();
+  return S_OK;
+}
+
+LONG qorSound_SetVolumeMP3(int volume) {
+  if (!Loaded()) return E_FAIL;
+  MP3Volume = volume;
+  MP3Sound->SetVolume(static_cast<float>(volume * 0.01f));
+  return S_OK;
+}
+
+LONG qorSound_GetVolumeMP3(int* volume) {
+  if (!SystemInitialized || !volume) return E_FAIL;
+  *volume = MP3Volume;
+  return S_OK;
+}

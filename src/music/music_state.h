@@ -1,0 +1,40 @@
+// The music player's and the playlist's process-wide state.
+#ifndef KXSOUND_MUSIC_MUSIC_STATE_H
+#define KXSOUND_MUSIC_MUSIC_STATE_H
+
+#include <atomic>
+#include <cstdint>
+
+#include "kxTypes.h"
+
+class GAudioSound;
+class NamedNode;
+namespace gaudio {
+class GAudio;
+}
+
+extern int GAudioReady;
+extern gaudio::GAudio* GAudioObject;
+extern const uint8_t* TestClipData;
+extern uint32_t TestClipSize;
+extern GAudioSound* MP3Sound;
+extern int MP3Volume;
+// Written by the music library's own thread when a listed file ends.
+extern std::atomic<int32_t> MP3FileFinished;
+extern int MP3ListLoaded;
+extern int MP3ListRandom;
+extern int MP3ListWrap;
+extern NamedNode* MP3List;
+extern int MP3ListCount;
+extern int MP3ListIndex;
+
+// Full path of a music file (256 bytes): absolute when it holds a colon, else under
+// RootFolder; lower case; extension appended unless it occurs in the text. A path
+// that does not fit comes out empty, so that nothing opens.
+char* MakeMusicPath(const char* path, char* out, const char* extension);
+
+// The music steps of start-up and shutdown.
+void Music_Start();
+void Music_Stop();
+
+#endif

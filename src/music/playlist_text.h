@@ -1,0 +1,13 @@
+// The text of a play list, cut into entries.
+#ifndef KXSOUND_MUSIC_PLAYLIST_TEXT_H
+#define KXSOUND_MUSIC_PLAYLIST_TEXT_H
+
+class NamedNode;
+
+// text: zero-terminated. Lines end at any run of CR and LF; a line that starts with
+// '#' is a comment. Each entry is the folder of listPath (up to its first backslash,
+// or else its first slash) followed by the line. An entry that does not fit a name
+// is left out: cut, it would name another file. Gives the chain, or null for none.
+NamedNode* ParsePlaylist(const char* text, const char* listPath);
+
+#endif

@@ -1,0 +1,163 @@
+#include "../base/module_fixture.h"
+#include "ambient/ambients.h"
+#include "kxEngine.h"
+#include "listen.h"
+#include "playback/sound_stream.h"
+#include "wave_file.h"
+
+namespace {
+
+class Ambients : public ModuleTest {
+protected:
+  void SetUp() override {
+    ModuleTest::SetUp();
+    // Ticks measured from here: the first frame's delta is its own step.
+    kxHost_Advance(10);
+    Sound("wind", 0.1);
+    Sound("rain", 0.1);
+  }
+  void TearDown() override {
+    kxHost_SeedRandom(1);
+    SoundEnabled = 1;
+    ModuleTest::TearDown();
+  }
+  void Sound(const char* name, double seconds) {
+    Create(name);
+    WaveSpec spec;
+    spec.Data = Tone(330, seconds, 22050, 1, 16, 0.5);
+    char path[64];
+    std::snprintf(path, sizeof path, "%s.wav", name);
+    WriteWave(root, path, spec);
+    qorSound_AddFile(name, path);
+  }
+  static AmbientEntry* Find(const char* name) {
+    return static_cast<AmbientEntry*>(NamedNode::Find(AmbientList, name, 256));
+  }
+  // The times (seconds into the capture) at which a sound starts after silence.
+  static std::vector<double> Onsets(const Capture& heard) {
+    std::vector<double> onsets;
+    bool sounding = false;
+    const size_t window = heard.Rate / 200;  // 5 ms
+    for (size_t i = 0; i + window <= heard.Left.size(); i += window) {
+      double t = static_cast<double>(i) / heard.Rate;
+      bool now = heard.Rms(t, t + 0.005) > 0.01;
+      if (now && !sounding) onsets.push_back(t);
+      sounding = now;
+    }
+    return onsets;
+  }
+};
+
+TEST_F(Ambients, LoadingTakesAStreamOfItsOwnAndPlaysNothing) {
+  EXPECT_EQ(qorSound_LoadAmbient("ghost"), E_FAIL);
+  qorSound_Set3D("rain", 1);
+  EXPECT_EQ(qorSound_LoadAmbient("rain"), E_FAIL) << "no 3D ambients";
+  ASSERT_EQ(qorSound_LoginSound("wind"), S_OK);
+  int streams = StreamsCreated;
+  ASSERT_EQ(qorSound_LoadAmbient("wind"), S_OK);
+  EXPECT_EQ(qorSound_LoadAmbient("WIND"), E_FAIL);
+  EXPECT_EQ(StreamsCreated, streams + 1);
+  AmbientEntry* wind = Find("wind");
+  ASSERT_NE(wind, nullptr);
+  EXPECT_NE(LiveStream(wind->Stream), nullptr);
+  EXPECT_EQ(ListenFrames(200, qorSound_Update).Rms(), 0.0);
+
+  ASSERT_EQ(qorSound_PlayAmbientLooped("wind"), S_OK);
+  EXPECT_GT(ListenFrames(50, qorSound_Update).Rms(), 0.1);
+  ASSERT_EQ(qorSound_UnloadAmbient("wind"), S_OK);
+  EXPECT_EQ(StreamsCreated, streams) << "the extra stream goes with the ambient";
+  EXPECT_EQ(qorSound_UnloadAmbient("wind"), E_FAIL);
+  EXPECT_EQ(qorSound_UnloadAllAmbients(), S_OK);
+}
+
+TEST_F(Ambients, DelaysSpreadAroundTheMean) {
+  ASSERT_EQ(qorSound_LoadAmbient("wind"), S_OK);
+  AmbientEntry* wind = Find("wind");
+  struct Case {
+    int seconds, percent;
+    uint32_t random, min, max, next;
+  } cases[] = {{10, 50, 0, 5000, 15000, 5000},      {10, 50, 32767, 5000, 15000, 15000},
+               {10, 200, 16384, 1000, 19000, 10000}, {10, -5, 12345, 10000, 10000, 10000},
+               {0, 50, 32767, 0, 0, 0}};
+  for (const Case& c : cases) {
+    kxHost_QueueRandom(c.random);
+    ASSERT_EQ(qorSound_PlayAmbientDelayed("wind", c.seconds, c.percent), S_OK);
+    EXPECT_EQ(wind->MinDelay, c.min);
+    EXPECT_EQ(wind->MaxDelay, c.max);
+    EXPECT_EQ(wind->NextDelay, c.next) << c.random;
+    EXPECT_EQ(wind->Elapsed, 0u);
+  }
+  EXPECT_EQ(qorSound_PlayAmbientDelayed("wind", -1, 0), E_FAIL);
+  EXPECT_EQ(qorSound_PlayAmbientDelayed("ghost", 1, 0), E_FAIL);
+}
+
+std::vector<uint32_t> StartTicks;
+// Event 5 comes at a start and at the run-out; only the first leaves it playing.
+void RecordStart(QORSOUND_STREAM_EVENT event, void* stream, void*) {
+  char state[16] = "";
+  qorSound_GetStreamState(stream, state);
+  if (event == STREAM_EVENT_CHANGED && std::string(state) == "[playing]") StartTicks.push_back(qorTimer_GetSystemTick());
+}
+
+TEST_F(Ambients, TheCycleStartsAfterEachDrawnWait) {
+  ASSERT_EQ(qorSound_LoadAmbient("wind"), S_OK);
+  StartTicks.clear();
+  qorSound_SetNotifyCallback(RecordStart);
+  // 500..1500 ms: drawn 1000 ms first, then 500 ms.
+  kxHost_QueueRandom(16384);
+  kxHost_QueueRandom(0);
+  uint32_t begin = qorTimer_GetSystemTick();
+  ASSERT_EQ(qorSound_PlayAmbientDelayed("wind", 1, 50), S_OK);
+  Capture heard = ListenFrames(1700, qorSound_Update);
+  qorSound_SetNotifyCallback(nullptr);
+  // Started in the frame whose elapsed time first passes the wait (strictly), and
+  // the next wait runs from that start, not from the end of the sound.
+  ASSERT_EQ(StartTicks.size(), 2u);
+  EXPECT_EQ(StartTicks[0] - begin, 1010u);
+  EXPECT_EQ(StartTicks[1] - begin, 1520u);
+  EXPECT_EQ(heard.Rms(0.0, 1.0), 0.0);
+  EXPECT_GT(heard.Rms(1.03, 1.1), 0.1);
+  EXPECT_EQ(heard.Rms(1.2, 1.5), 0.0);
+  EXPECT_GT(heard.Rms(1.54, 1.6), 0.1);
+}
+
+TEST_F(Ambients, StopSilencesOnlyUntilTheNextWait) {
+  ASSERT_EQ(qorSound_LoadAmbient("wind"), S_OK);
+  kxHost_QueueRandom(0);
+  ASSERT_EQ(qorSound_PlayAmbientDelayed("wind", 0, 0), S_OK);  // a start on every frame
+  EXPECT_GT(ListenFrames(50, qorSound_Update).Rms(0.02), 0.1);
+  ASSERT_EQ(qorSound_StopAmbient("wind"), S_OK);
+  EXPECT_GT(ListenFrames(50, qorSound_Update).Rms(0.02), 0.1) << "the cycle goes on";
+  ASSERT_EQ(qorSound_PlayAmbientLooped("wind"), S_OK);
+  EXPECT_EQ(Find("wind")->Delayed, 0);
+  ListenFrames(150, qorSound_Update);
+  EXPECT_EQ(ListenFrames(100, qorSound_Update).Rms(), 0.0) << "played once, cycle over";
+}
+
+TEST_F(Ambients, PauseHoldsTheWaitAndResumeStartsTheSound) {
+  ASSERT_EQ(qorSound_LoadAmbient("wind"), S_OK);
+  ASSERT_EQ(qorSound_LoadAmbient("rain"), S_OK);
+  kxHost_QueueRandom(0);
+  ASSERT_EQ(qorSound_PlayAmbientDelayed("wind", 1, 0), S_OK);
+  ListenFrames(400, qorSound_Update);
+  AmbientEntry* wind = Find("wind");
+  uint32_t elapsed = wind->Elapsed;
+  ASSERT_EQ(qorSound_PauseAllAmbiemts(), S_OK);
+  ASSERT_EQ(qorSound_PauseAllAmbiemts(), S_OK);
+  ListenFrames(2000, qorSound_Update, 0, 100);
+  EXPECT_EQ(wind->Elapsed, elapsed) << "a paused wait stands still";
+  ASSERT_EQ(qorSound_ResumeAllAmbiemts(), S_OK);
+  ASSERT_EQ(qorSound_ResumeAllAmbiemts(), S_OK);
+  Capture heard = ListenFrames(60, qorSound_Update);
+  EXPECT_GT(heard.Rms(0, 0.05), 0.1) << "both were silent and both sound at the resume";
+  EXPECT_EQ(wind->Elapsed, elapsed + 60);
+
+  // Unloading from the middle of the chain keeps the rest.
+  ASSERT_EQ(qorSound_LoadAmbient("Sound#x"), E_FAIL);
+  ASSERT_EQ(qorSound_UnloadAmbient("wind"), S_OK);
+  EXPECT_NE(Find("rain"), nullptr);
+  SoundEnabled = 0;
+  EXPECT_EQ(qorSound_UnloadAllAmbients(), E_FAIL);
+}
+
+}  // namespace

@@ -1,0 +1,347 @@
+// The music library on the offline output: what a listener hears of an MP3 sound, and
+// what the library refuses. One test drives the music thread of the null output.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "gaudio/gaudio.h"
+#include "kxHost.h"
+#include "listen.h"
+#include "mp3_file.h"
+#include "temp_dir.h"
+#include "wave_file.h"
+
+namespace {
+
+using gaudio::Address32;
+
+constexpr double kFrame = 1152.0 / 44100;  // one MP3 frame, in seconds
+constexpr double kToneRms = 0.5 / M_SQRT2;  // what MakeMp3's tone gives in each speaker
+
+std::atomic<int> g_ended{0};
+void OnEnd() { g_ended.fetch_add(1); }
+
+GAudioSoundDesc FileDesc(const char* path) {
+  GAudioSoundDesc desc{};
+  desc.Header = GAUDIO_DESC_HEADER;
+  desc.Path = Address32(path);
+  desc.Flags = 4;
+  desc.Option = 1;
+  return desc;
+}
+
+GAudioSoundDesc MemoryDesc(const void* data, uint32_t size) {
+  GAudioSoundDesc desc{};
+  desc.Header = GAUDIO_DESC_HEADER;
+  desc.MemoryData = Address32(data);
+  desc.MemorySize = size;
+  desc.Flags = 4;
+  desc.FromMemory = 1;
+  desc.Option = 1;
+  return desc;
+}
+
+GAudioNotifyDesc EndDesc() {
+  GAudioNotifyDesc desc{};
+  desc.Size = sizeof desc;
+  desc.Event = GAUDIO_EVENT_END_OF_FILE;
+  desc.Callback = Address32(reinterpret_cast<const void*>(&OnEnd));
+  return desc;
+}
+
+// Seconds of a capture between the first and the last sample above a whisper.
+double Sounding(const Capture& c) {
+  size_t first = 0;
+  while (first < c.Left.size() && std::fabs(c.Left[first]) <= 1e-4) ++first;
+  return first == c.Left.size() ? 0 : c.LastSound() - static_cast<double>(first) / c.Rate;
+}
+
+// Decoding again after a seek to the start may differ in the last bit.
+constexpr double kSameSamples = 4.0 / 32768;
+
+double MaxDifference(const Capture& a, const Capture& b, double seconds) {
+  size_t n = static_cast<size_t>(seconds * a.Rate);
+  double most = 0;
+  for (size_t i = 0; i < n && i < a.Left.size() && i < b.Left.size(); ++i)
+    most = std::max({most, double{std::fabs(a.Left[i] - b.Left[i])}, double{std::fabs(a.Right[i] - b.Right[i])}});
+  return most;
+}
+
+class GAudioTest : public ::testing::Test {
+protected:
+  void SetUp() override {
+    kxHost_SetManualClock(1);
+    ASSERT_EQ(0, kxHost_SetAudioOutput("offline"));
+    audio_ = std::make_unique<gaudio::GAudio>();
+    ASSERT_EQ(gaudio::ERR_OK, audio_->init(gaudio::DEVICE_DEFAULT, 44100, 0));
+    ASSERT_EQ(44100u, kxHost_CaptureRate(1));
+    DropCapture(1);
+    g_ended = 0;
+  }
+
+  void TearDown() override {
+    audio_.reset();
+    kxHost_SetAudioOutput("offline");
+  }
+
+  // A tone file in the temporary folder; "" without lame, and the test skips.
+  std::string Tone(const std::string& name, double hz, double seconds) { return MakeMp3(dir_, name, hz, seconds); }
+
+  GAudioSound* Load(const std::string& path) {
+    GAudioSoundDesc desc = FileDesc(path.c_str());
+    GAudioSound* sound = nullptr;
+    EXPECT_EQ(gaudio::ERR_OK, audio_->getSoundClass(gaudio::SOUND_CLASS_STREAM, &desc, &sound)) << path;
+    return sound;
+  }
+
+  // Advances in steps of 10 ms until the end is reported (at most limit); the capture and,
+  // through endedAt, the seconds advanced when it came.
+  Capture ListenToEnd(double* endedAt, uint32_t limitMs = 3000) {
+    Capture all;
+    all.Rate = kxHost_CaptureRate(1);
+    *endedAt = -1;
+    const int before = g_ended;
+    for (uint32_t t = 0; t < limitMs && *endedAt < 0; t += 10) {
+      Capture step = Listen(10, 1);
+      all.Left.insert(all.Left.end(), step.Left.begin(), step.Left.end());
+      all.Right.insert(all.Right.end(), step.Right.begin(), step.Right.end());
+      if (g_ended > before) *endedAt = (t + 10) / 1000.0;
+    }
+    return all;
+  }
+
+  TempDir dir_;
+  std::unique_ptr<gaudio::GAudio> audio_;
+};
+
+// The whole life of a sound: found without regard to case, played for exactly its length at
+// its own level in both speakers, reported once when the last sample has been heard, silent
+// after, and played from the top again.
+TEST_F(GAudioTest, PlaysToTheEndOnceThenAgainFromTheStart) {
+  std::string made = Tone("Music/Tone.mp3", 440, 0.5);
+  if (made.empty()) GTEST_SKIP() << "lame is not installed";
+  GAudioSound* sound = Load(dir_.path() + "MUSIC\\tone.MP3");
+  ASSERT_NE(nullptr, sound);
+  GAudioNotifyDesc notify = EndDesc();
+  ASSERT_EQ(1, sound->SetNotify(&notify, 1));
+  EXPECT_EQ(500, sound->GetLengthMs());
+  EXPECT_EQ(0, sound->IsPlaying());
+  Capture before = Listen(100, 1);
+  EXPECT_EQ(0.0, before.Rms()) << "a new sound starts stopped";
+
+  ASSERT_EQ(1, sound->Play());
+  EXPECT_EQ(1, sound->IsPlaying());
+  double endedAt = 0;
+  Capture first = ListenToEnd(&endedAt);
+  EXPECT_NEAR(0.5, first.LastSound(), kFrame);
+  EXPECT_NEAR(0.0, Decibels(first.RmsLeft(0.05, 0.45), kToneRms), 0.5);
+  EXPECT_NEAR(0.0, Decibels(first.RmsRight(0.05, 0.45), first.RmsLeft(0.05, 0.45)), 0.01);
+  // Reported after the last sample was rendered, not when it was decoded.
+  EXPECT_GE(endedAt, first.LastSound());
+  EXPECT_LT(endedAt, first.LastSound() + 0.025);
+  EXPECT_EQ(0, sound->IsPlaying());
+
+  Capture after = Listen(300, 1);
+  EXPECT_LT(after.Rms(), 1e-5);
+  EXPECT_EQ(1, g_ended.load());
+
+  // One long advance: the source is fed between the pieces the output renders.
+  ASSERT_EQ(1, sound->Play());
+  Capture again = Listen(700, 1, 700);
+  EXPECT_LT(MaxDifference(first, again, 0.6), kSameSamples);
+  EXPECT_EQ(2, g_ended.load());
+  sound->Release();
+}
+
+TEST_F(GAudioTest, HalfVolumeHalvesTheAmplitudeAndNegativeIsSilence) {
+  std::string path = Tone("tone.mp3", 1000, 2.0);
+  if (path.empty()) GTEST_SKIP() << "lame is not installed";
+  GAudioSound* sound = Load(path);
+  ASSERT_NE(nullptr, sound);
+  ASSERT_EQ(1, sound->Play());
+  double full = Listen(300, 1).Rms(0.05);
+  ASSERT_EQ(1, sound->SetVolume(0.5f));
+  EXPECT_FLOAT_EQ(0.5f, sound->GetVolume());
+  EXPECT_NEAR(-6.02, Decibels(Listen(300, 1).Rms(0.05), full), 0.5);
+  // Above 1 is kept, and plays at full level: the source's gain stops at 1.
+  sound->SetVolume(1.5f);
+  EXPECT_FLOAT_EQ(1.5f, sound->GetVolume());
+  EXPECT_NEAR(0.0, Decibels(Listen(300, 1).Rms(0.05), full), 0.1);
+  sound->SetVolume(-0.5f);
+  EXPECT_EQ(0.0f, sound->GetVolume());
+  EXPECT_LT(Listen(300, 1).Rms(0.05), 1e-6);
+  sound->Release();
+}
+
+TEST_F(GAudioTest, PauseContinuesWhereItStoppedAndStopRewinds) {
+  std::string path = Tone("tone.mp3", 440, 0.6);
+  if (path.empty()) GTEST_SKIP() << "lame is not installed";
+  GAudioSound* sound = Load(path);
+  ASSERT_NE(nullptr, sound);
+  GAudioNotifyDesc notify = EndDesc();
+  ASSERT_EQ(1, sound->SetNotify(&notify, 1));
+
+  ASSERT_EQ(1, sound->Play());
+  Capture head = Listen(200, 1);
+  ASSERT_EQ(1, sound->Pause());
+  EXPECT_EQ(0, sound->IsPlaying());
+  EXPECT_EQ(200, sound->GetPositionMs());
+  EXPECT_LT(Listen(300, 1).Rms(), 1e-5);
+  ASSERT_EQ(1, sound->Play());
+  double endedAt = 0;
+  Capture tail = ListenToEnd(&endedAt);
+  EXPECT_NEAR(0.6, Sounding(head) + tail.LastSound(), kFrame);
+  EXPECT_EQ(1, g_ended.load());
+
+  ASSERT_EQ(1, sound->Play());
+  Capture start = Listen(200, 1);
+  ASSERT_EQ(1, sound->Stop());
+  EXPECT_EQ(0, sound->GetPositionMs());
+  EXPECT_LT(Listen(100, 1).Rms(), 1e-5);
+  ASSERT_EQ(1, sound->Play());
+  EXPECT_LT(MaxDifference(start, Listen(200, 1), 0.2), kSameSamples);
+  EXPECT_LT(MaxDifference(head, start, 0.2), kSameSamples);
+  ASSERT_EQ(1, sound->Stop());
+  Listen(1000, 1);
+  EXPECT_EQ(1, g_ended.load()) << "a stopped sound has not played to its end";
+  // Stopped or paused, the operations still succeed.
+  EXPECT_EQ(1, sound->Pause());
+  EXPECT_EQ(1, sound->Stop());
+  sound->Release();
+}
+
+// The caller may reuse its record, path and image as soon as getSoundClass returns.
+TEST_F(GAudioTest, KeepsItsOwnCopyOfWhatItWasGiven) {
+  std::string path = Tone("tone.mp3", 440, 0.4);
+  if (path.empty()) GTEST_SKIP() << "lame is not installed";
+  std::vector<uint8_t> image = dir_.read("tone.mp3");
+  GAudioSoundDesc desc = MemoryDesc(image.data(), static_cast<uint32_t>(image.size()));
+  GAudioSound* fromMemory = nullptr;
+  ASSERT_EQ(gaudio::ERR_OK, audio_->getSoundClass(gaudio::SOUND_CLASS_STREAM, &desc, &fromMemory));
+  std::fill(image.begin(), image.end(), 0x55);
+  std::memset(&desc, 0, sizeof desc);
+
+  std::string pathBuffer = path;
+  GAudioSoundDesc fileDesc = FileDesc(pathBuffer.c_str());
+  GAudioSound* fromFile = nullptr;
+  ASSERT_EQ(gaudio::ERR_OK, audio_->getSoundClass(gaudio::SOUND_CLASS_STREAM, &fileDesc, &fromFile));
+  std::fill(pathBuffer.begin(), pathBuffer.end(), 'x');
+
+  for (GAudioSound* sound : {fromMemory, fromFile}) {
+    ASSERT_EQ(1, sound->Play());
+    Capture heard = Listen(600, 1);
+    EXPECT_NEAR(0.4, heard.LastSound(), kFrame);
+    EXPECT_NEAR(0.0, Decibels(heard.Rms(0.05, 0.35), kToneRms), 0.5);
+  }
+  fromMemory->Release();
+  // fromFile is left for the library to release with itself.
+}
+
+TEST_F(GAudioTest, RefusesWhatIsNotAnMp3AndMalformedRequests) {
+  dir_.write("empty.mp3", std::vector<uint8_t>{});
+  dir_.write("text.mp3", std::string(4000, 'x') + "this is not an mp3 at all");
+  std::vector<uint8_t> noise(8192);
+  uint32_t x = 12345;
+  for (uint8_t& b : noise) b = static_cast<uint8_t>((x = x * 1103515245u + 12345u) >> 24);
+  dir_.write("noise.mp3", noise);
+  WaveSpec pcm;
+  pcm.SampleRate = 44100;
+  pcm.Data = ::Tone(440, 0.5, 44100, 1, 16, 0.5);
+  WriteWave(dir_, "tone.wav", pcm);
+  for (const char* name : {"missing.mp3", "empty.mp3", "text.mp3", "noise.mp3", "tone.wav"}) {
+    std::string path = dir_.file(name);
+    GAudioSoundDesc desc = FileDesc(path.c_str());
+    GAudioSound* sound = reinterpret_cast<GAudioSound*>(1);
+    EXPECT_EQ(gaudio::ERR_FAIL, audio_->getSoundClass(gaudio::SOUND_CLASS_STREAM, &desc, &sound)) << name;
+    EXPECT_EQ(nullptr, sound) << name;
+  }
+
+  GAudioSound* sound = nullptr;
+  GAudioSoundDesc garbage = MemoryDesc(noise.data(), static_cast<uint32_t>(noise.size()));
+  EXPECT_EQ(gaudio::ERR_FAIL, audio_->getSoundClass(gaudio::SOUND_CLASS_STREAM, &garbage, &sound));
+  GAudioSoundDesc empty = MemoryDesc(noise.data(), 0);
+  EXPECT_EQ(gaudio::ERR_FAIL, audio_->getSoundClass(gaudio::SOUND_CLASS_STREAM, &empty, &sound));
+
+  std::string path = Tone("tone.mp3", 440, 0.2);
+  if (path.empty()) GTEST_SKIP() << "lame is not installed";
+  GAudioSoundDesc good = FileDesc(path.c_str());
+  GAudioSoundDesc badHeader = good, badSource = good, noPath = good;
+  badHeader.Header = 0x200;
+  badSource.FromMemory = 2;
+  noPath.Path = 0;
+  for (const GAudioSoundDesc* desc : {&badHeader, &badSource, &noPath})
+    EXPECT_EQ(gaudio::ERR_FAIL, audio_->getSoundClass(gaudio::SOUND_CLASS_STREAM, desc, &sound));
+  EXPECT_EQ(gaudio::ERR_FAIL, audio_->getSoundClass(static_cast<gaudio::SoundClass>(4), &good, &sound));
+  EXPECT_EQ(gaudio::ERR_FAIL, audio_->getSoundClass(gaudio::SOUND_CLASS_STREAM, nullptr, &sound));
+  EXPECT_EQ(gaudio::ERR_FAIL, audio_->getSoundClass(gaudio::SOUND_CLASS_STREAM, &good, nullptr));
+  EXPECT_EQ(nullptr, sound);
+
+  gaudio::GAudio idle;
+  EXPECT_EQ(gaudio::ERR_FAIL, idle.getSoundClass(gaudio::SOUND_CLASS_STREAM, &good, &sound));
+  EXPECT_EQ(gaudio::ERR_FAIL, idle.init(static_cast<gaudio::DeviceType>(1), 44100, 0));
+  ASSERT_EQ(0, kxHost_SetAudioOutput("none"));
+  EXPECT_EQ(gaudio::ERR_FAIL, idle.init(gaudio::DEVICE_DEFAULT, 44100, 0));
+  EXPECT_EQ(gaudio::ERR_FAIL, idle.getSoundClass(gaudio::SOUND_CLASS_STREAM, &good, &sound));
+
+  // Only the end-of-file event in a record of its own size, one at a time.
+  ASSERT_EQ(gaudio::ERR_OK, audio_->getSoundClass(gaudio::SOUND_CLASS_STREAM, &good, &sound));
+  GAudioNotifyDesc notify = EndDesc(), otherEvent = notify, wrongSize = notify;
+  otherEvent.Event = 4;
+  wrongSize.Size = 20;
+  EXPECT_EQ(0, sound->SetNotify(&otherEvent, 1));
+  EXPECT_EQ(0, sound->SetNotify(&wrongSize, 1));
+  EXPECT_EQ(0, sound->SetNotify(&notify, 2));
+  EXPECT_EQ(0, sound->SetNotify(nullptr, 1));
+  ASSERT_EQ(1, sound->Play());
+  Listen(400, 1);
+  EXPECT_EQ(0, g_ended.load());
+  sound->Release();
+}
+
+// The null output runs in real time: the library's own thread feeds and finds the end.
+TEST(GAudioThread, PlaysReportsAndReleasesWhilePlaying) {
+  TempDir dir;
+  std::string shortTone = MakeMp3(dir, "short.mp3", 440, 0.2);
+  std::string longTone = MakeMp3(dir, "long.mp3", 440, 10.0);
+  if (shortTone.empty() || longTone.empty()) GTEST_SKIP() << "lame is needed to make test MP3 files";
+  ASSERT_EQ(0, kxHost_SetAudioOutput("null"));
+  g_ended = 0;
+  {
+    gaudio::GAudio audio;
+    ASSERT_EQ(gaudio::ERR_OK, audio.init(gaudio::DEVICE_DEFAULT, 44100, 0));
+    GAudioSound* sounds[3] = {};
+    const std::string* paths[3] = {&shortTone, &longTone, &longTone};
+    for (int i = 0; i < 3; ++i) {
+      GAudioSoundDesc desc = FileDesc(paths[i]->c_str());
+      ASSERT_EQ(gaudio::ERR_OK, audio.getSoundClass(gaudio::SOUND_CLASS_STREAM, &desc, &sounds[i]));
+      GAudioNotifyDesc notify = EndDesc();
+      ASSERT_EQ(1, sounds[i]->SetNotify(&notify, 1));
+      ASSERT_EQ(1, sounds[i]->Play());
+    }
+    // Liveness only: the short one ends long before this limit on any machine.
+    for (int i = 0; i < 1000 && g_ended == 0; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_EQ(1, g_ended.load());
+    EXPECT_EQ(0, sounds[0]->IsPlaying());
+    EXPECT_GT(sounds[1]->GetPositionMs(), 0);
+    for (int i = 0; i < 20; ++i) {
+      sounds[1]->SetVolume(0.05f * i);
+      sounds[1]->Pause();
+      sounds[1]->Play();
+    }
+    sounds[1]->Release();
+    sounds[0]->Release();
+    // sounds[2] is still playing when the library goes.
+  }
+  EXPECT_EQ(1, g_ended.load());
+  kxHost_SetAudioOutput("offline");
+}
+
+}  // namespace

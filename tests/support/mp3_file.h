@@ -1,0 +1,12 @@
+// Short MP3 files made at test time from a tone, with the lame encoder.
+#pragma once
+
+#include <string>
+
+#include "temp_dir.h"
+
+// Encodes a mono sine of amplitude 0.5 at rate into dir/relativePath (64 kbit/s, with lame's
+// Info tag, so that libmpg123 cuts the codec's delay and padding and decodes exactly the
+// tone's samples), making folders as needed, and gives the full path; "" when lame is not
+// installed or fails.
+std::string MakeMp3(TempDir& dir, const std::string& relativePath, double hz, double seconds, int rate = 44100);
