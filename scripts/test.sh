@@ -25,7 +25,14 @@ for fuzzer in build/sanitize/bin/kxFuzz*; do
   mkdir -p "$corpus"
   seeds=fuzz/seeds/$(basename "$fuzzer")
   [ -d "$seeds" ] || seeds=""
-  "$fuzzer" -max_total_time="$FUZZ_SECONDS" -max_len=65536 -print_final_stats=0 "$corpus" $seeds 2>&1 | tail -2
+  out=$(mktemp)
+  if ! "$fuzzer" -max_total_time="$FUZZ_SECONDS" -max_len=65536 -print_final_stats=0 -artifact_prefix=build/fuzz-corpus/ "$corpus" $seeds >"$out" 2>&1; then
+    tail -40 "$out"
+    echo "fuzzer $(basename "$fuzzer") failed"
+    exit 1
+  fi
+  echo "$(basename "$fuzzer"): $(grep -E '^Done' "$out" | tail -1)"
+  rm -f "$out"
 done
 
 echo "== install and build against it =="

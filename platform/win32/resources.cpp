@@ -4,7 +4,7 @@
 
 #include <mutex>
 #include <string>
-#include <vector>
+#include <deque>
 
 struct ResourceInfo {
   HMODULE Module;
@@ -22,8 +22,9 @@ std::mutex& TableMutex() {
 }
 
 // Entries are never removed: a module's data lives as long as the module is mapped.
-std::vector<ResourceInfo*>& Table() {
-  static std::vector<ResourceInfo*> table;
+// A deque keeps the addresses that FindResourceA hands out.
+std::deque<ResourceInfo>& Table() {
+  static std::deque<ResourceInfo> table;
   return table;
 }
 
@@ -34,14 +35,14 @@ bool IsIntegerName(const char* name) { return reinterpret_cast<uintptr_t>(name) 
 void kxResource_Register(HMODULE module, uint32_t id, const char* type, const void* data, uint32_t size) {
   if (!type || !data) return;
   std::lock_guard<std::mutex> lock(TableMutex());
-  for (ResourceInfo* info : Table()) {
-    if (info->Module == module && info->Id == id && strcasecmp(info->Type.c_str(), type) == 0) {
-      info->Data = data;
-      info->Size = size;
+  for (ResourceInfo& info : Table()) {
+    if (info.Module == module && info.Id == id && strcasecmp(info.Type.c_str(), type) == 0) {
+      info.Data = data;
+      info.Size = size;
       return;
     }
   }
-  Table().push_back(new ResourceInfo{module, id, type, data, size});
+  Table().push_back(ResourceInfo{module, id, type, data, size});
 }
 
 HRSRC FindResourceA(HMODULE module, const char* name, const char* type) {
@@ -49,8 +50,8 @@ HRSRC FindResourceA(HMODULE module, const char* name, const char* type) {
   if (!IsIntegerName(name) || !type || IsIntegerName(type)) return nullptr;
   uint32_t id = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(name));
   std::lock_guard<std::mutex> lock(TableMutex());
-  for (ResourceInfo* info : Table()) {
-    if (info->Module == module && info->Id == id && strcasecmp(info->Type.c_str(), type) == 0) return info;
+  for (ResourceInfo& info : Table()) {
+    if (info.Module == module && info.Id == id && strcasecmp(info.Type.c_str(), type) == 0) return &info;
   }
   return nullptr;
 }
