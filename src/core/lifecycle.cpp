@@ -6,6 +6,7 @@
 
 #include "base/catalogue.h"
 #include "ambient/ambients.h"
+#include "console/console_commands.h"
 #include "core/device.h"
 #include "core/test_clip.h"
 #include "music/music_state.h"
@@ -41,7 +42,10 @@ LONG qorSound_Initialize(HWND window, int toolMode) {
   BuildBaseFilePath();
   ToolMode = toolMode;
   qorSound_LoadBase();
-  if (toolMode == 0) qorTune_CreateKey("qorSound_Update");
+  if (toolMode == 0) {
+    RegisterConsoleCommands();
+    qorTune_CreateKey("qorSound_Update");
+  }
   SystemInitialized = 1;
   return S_OK;
 }

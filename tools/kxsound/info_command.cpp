@@ -1,6 +1,4 @@
 // kxsound info: the catalogue as text, in catalogue order.
-#include <sys/stat.h>
-
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -49,26 +47,9 @@ void PrintSound(const std::string& name, int page) {
 
 }  // namespace
 
-bool StartModule(const CommonOptions& options, int toolMode) {
-  if (!options.Root.empty()) {
-    struct stat info;
-    if (stat(options.Root.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) {
-      std::fprintf(stderr, "kxsound: root folder '%s' does not exist\n", options.Root.c_str());
-      return false;
-    }
-    kxHost_SetRootFolder(options.Root.c_str());
-  }
-  // Editing the catalogue makes no sound: an output that renders only on demand.
-  kxHost_SetAudioOutput("offline");
-  if (qorSound_Initialize(nullptr, toolMode) != S_OK) {
-    std::fprintf(stderr, "kxsound: the sound module did not start\n");
-    return false;
-  }
-  return true;
-}
-
 int RunInfo(const CommonOptions& options) {
-  if (!StartModule(options, 1)) return 1;
+  // Reading the catalogue makes no sound: an output that renders only on demand.
+  if (!StartModule(options, 1, "offline")) return 1;
   // Loading again tells a missing or damaged file from an empty catalogue.
   if (qorSound_LoadBase() != S_OK) {
     std::fprintf(stderr, "kxsound: no readable catalogue (Sounds.qorSound) in '%s'\n",

@@ -23,7 +23,7 @@ void AddSound(const char* name, const char* comment, int page, const char* const
 }  // namespace
 
 int RunMakeSample(const CommonOptions& options) {
-  if (!StartModule(options, 1)) return 1;
+  if (!StartModule(options, 1, "offline")) return 1;
   qorSound_NewPage("Doors");
   qorSound_NewPage("Weapons");
   qorSound_NewPage("World");

@@ -1,0 +1,10 @@
+// The "Sound" commands of the engine's console.
+#ifndef KXSOUND_CONSOLE_CONSOLE_COMMANDS_H
+#define KXSOUND_CONSOLE_CONSOLE_COMMANDS_H
+
+#include "kxTypes.h"
+
+void RegisterConsoleCommands();
+LONG SoundConsoleHandler(ULONG id, int argc, char** argv);
+
+#endif

@@ -1,0 +1,2 @@
+#include "commands.h"
+int RunConsole(const CommonOptions&) { return 1; }

@@ -1,0 +1,2 @@
+#include "commands.h"
+int RunDemo(const CommonOptions&) { return 1; }

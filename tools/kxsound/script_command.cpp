@@ -1,0 +1,2 @@
+#include "commands.h"
+int RunScript(const CommonOptions&) { return 1; }
