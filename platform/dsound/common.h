@@ -46,6 +46,19 @@ inline HRESULT CheckPcmFormat(const WAVEFORMATEX& f) {
 // Methods of objects whose device was released fail with this.
 constexpr HRESULT kDeviceGone = DSERR_NODRIVER;
 
+// GetFormat of every buffer: with no format block, the size one needs.
+inline HRESULT CopyFormat(const WAVEFORMATEX& source, WAVEFORMATEX* format, DWORD size, DWORD* written) {
+  if (!format) {
+    if (!written) return DSERR_INVALIDPARAM;
+    *written = sizeof(WAVEFORMATEX);
+    return DS_OK;
+  }
+  if (size < sizeof(WAVEFORMATEX)) return DSERR_INVALIDPARAM;
+  std::memcpy(format, &source, sizeof(WAVEFORMATEX));
+  if (written) *written = sizeof(WAVEFORMATEX);
+  return DS_OK;
+}
+
 }  // namespace kxdsound
 
 #endif

@@ -52,15 +52,7 @@ HRESULT PrimaryBuffer::GetCurrentPosition(DWORD* playCursor, DWORD* writeCursor)
 }
 
 HRESULT PrimaryBuffer::GetFormat(WAVEFORMATEX* format, DWORD size, DWORD* written) {
-  if (!format) {
-    if (!written) return DSERR_INVALIDPARAM;
-    *written = sizeof(WAVEFORMATEX);
-    return DS_OK;
-  }
-  if (size < sizeof(WAVEFORMATEX)) return DSERR_INVALIDPARAM;
-  std::memcpy(format, &format_, sizeof(WAVEFORMATEX));
-  if (written) *written = sizeof(WAVEFORMATEX);
-  return DS_OK;
+  return CopyFormat(format_, format, size, written);
 }
 
 HRESULT PrimaryBuffer::GetVolume(LONG* volume) {

@@ -158,15 +158,7 @@ HRESULT SoundBuffer::GetCurrentPosition(DWORD* playCursor, DWORD* writeCursor) {
 }
 
 HRESULT SoundBuffer::GetFormat(WAVEFORMATEX* format, DWORD size, DWORD* written) {
-  if (!format) {
-    if (!written) return DSERR_INVALIDPARAM;
-    *written = sizeof(WAVEFORMATEX);
-    return DS_OK;
-  }
-  if (size < sizeof(WAVEFORMATEX)) return DSERR_INVALIDPARAM;
-  std::memcpy(format, &format_, sizeof(WAVEFORMATEX));
-  if (written) *written = sizeof(WAVEFORMATEX);
-  return DS_OK;
+  return CopyFormat(format_, format, size, written);
 }
 
 HRESULT SoundBuffer::GetVolume(LONG* volume) {

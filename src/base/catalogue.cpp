@@ -64,6 +64,8 @@ SoundEntry* FindSoundEntry(const char* name, bool follow) {
   return entry;
 }
 
+SoundEntry* FindRunningSound(const char* name) { return SystemInitialized ? FindSoundEntry(name, true) : nullptr; }
+
 void MakeUniqueSoundName(char* name) {
   // A name that does not fit the field counts as taken and is replaced.
   if (name[0] != 0 && FitsName(name) && !FindSoundEntry(name, true)) return;
@@ -185,23 +187,19 @@ void qorSound_EnumerateSounds(QORSOUND_ENUM_SOUNDS_CALLBACK callback) {
 }
 
 char* qorSound_GetSoundComments(const char* name) {
-  if (!SystemInitialized) return nullptr;
-  SoundEntry* entry = FindSoundEntry(name, true);
+  SoundEntry* entry = FindRunningSound(name);
   return entry ? entry->Comments : nullptr;
 }
 
 void qorSound_SetSoundComments(const char* name, const char* comments) {
-  if (!SystemInitialized) return;
-  if (SoundEntry* entry = FindSoundEntry(name, true)) entry->SetComments(comments);
+  if (SoundEntry* entry = FindRunningSound(name)) entry->SetComments(comments);
 }
 
 int qorSound_IsSoundEnabled(const char* name) {
-  if (!SystemInitialized) return 0;
-  SoundEntry* entry = FindSoundEntry(name, true);
+  SoundEntry* entry = FindRunningSound(name);
   return entry ? entry->Enabled : 0;
 }
 
 void qorSound_SetSoundEnabled(const char* name, int enabled) {
-  if (!SystemInitialized) return;
-  if (SoundEntry* entry = FindSoundEntry(name, true)) entry->Enabled = enabled;
+  if (SoundEntry* entry = FindRunningSound(name)) entry->Enabled = enabled;
 }

@@ -8,12 +8,6 @@
 #include "base/text.h"
 #include "core/state.h"
 
-namespace {
-
-SoundEntry* Target(const char* name) { return SystemInitialized ? FindSoundEntry(name, true) : nullptr; }
-
-}  // namespace
-
 void ResolveSoundPath(const char* stored, char* full) {
   if (std::strchr(stored, ':')) {
     CopyTruncated(full, PATH_BUFFER_SIZE, stored);
@@ -23,13 +17,13 @@ void ResolveSoundPath(const char* stored, char* full) {
 }
 
 void qorSound_EnumerateFiles(const char* name, QORSOUND_ENUM_FILES_CALLBACK callback) {
-  SoundEntry* entry = Target(name);
+  SoundEntry* entry = FindRunningSound(name);
   if (!entry || !callback) return;
   for (int i = 0; i < entry->NumFiles; ++i) callback(entry->Files[i].Path);
 }
 
 LONG qorSound_GetFile(const char* name, char* path, int index) {
-  SoundEntry* entry = Target(name);
+  SoundEntry* entry = FindRunningSound(name);
   if (!entry || !path || !entry->IsFileIndexValid(index)) return E_FAIL;
   const char* stored = entry->Files[index].Path;
   std::memcpy(path, stored, BoundedLength(stored, FILE_PATH_SIZE) + 1);
@@ -37,25 +31,25 @@ LONG qorSound_GetFile(const char* name, char* path, int index) {
 }
 
 int qorSound_IsFileEnabled(const char* name, int index) {
-  SoundEntry* entry = Target(name);
+  SoundEntry* entry = FindRunningSound(name);
   return entry && entry->IsFileIndexValid(index) ? entry->Files[index].Enabled : 0;
 }
 
 void qorSound_SetFileEnabled(const char* name, int index, int enabled) {
-  SoundEntry* entry = Target(name);
+  SoundEntry* entry = FindRunningSound(name);
   if (entry && entry->IsFileIndexValid(index)) entry->Files[index].Enabled = static_cast<uint8_t>(enabled);
 }
 
 LONG qorSound_AddFile(const char* name, char* path) {
-  SoundEntry* entry = Target(name);
+  SoundEntry* entry = FindRunningSound(name);
   if (!entry || !path) return E_FAIL;
   return entry->AddFile(path);
 }
 
 void qorSound_DeleteFile(const char* name, int index) {
-  if (SoundEntry* entry = Target(name)) entry->DeleteFile(index);
+  if (SoundEntry* entry = FindRunningSound(name)) entry->DeleteFile(index);
 }
 
 void qorSound_SwapFiles(const char* name, int first, int second) {
-  if (SoundEntry* entry = Target(name)) entry->SwapFiles(first, second);
+  if (SoundEntry* entry = FindRunningSound(name)) entry->SwapFiles(first, second);
 }

@@ -75,12 +75,10 @@ LONG qorSound_DeletePage(int index) {
 }
 
 void qorSound_SetSoundPage(const char* sound, int page) {
-  if (!SystemInitialized) return;
-  if (SoundEntry* entry = FindSoundEntry(sound, true)) entry->Page = page;
+  if (SoundEntry* entry = FindRunningSound(sound)) entry->Page = page;
 }
 
 int qorSound_GetSoundPage(const char* sound) {
-  if (!SystemInitialized) return 0;
-  SoundEntry* entry = FindSoundEntry(sound, true);
+  SoundEntry* entry = FindRunningSound(sound);
   return entry ? entry->Page : 0;
 }

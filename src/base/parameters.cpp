@@ -2,53 +2,46 @@
 #include "base/catalogue.h"
 #include "core/state.h"
 
-namespace {
-
-// The entry a by-name operation acts on, or null while the system is down or the name is unknown.
-SoundEntry* Target(const char* name) { return SystemInitialized ? FindSoundEntry(name, true) : nullptr; }
-
-}  // namespace
-
 SOUND_PLAYMODE qorSound_GetSoundPlayMode(const char* name) {
-  SoundEntry* entry = Target(name);
+  SoundEntry* entry = FindRunningSound(name);
   return entry ? entry->PlayMode : SOUND_PLAYMODE_SEQUENTIAL;
 }
 
 void qorSound_SetSoundPlayMode(const char* name, SOUND_PLAYMODE mode) {
-  if (SoundEntry* entry = Target(name)) entry->PlayMode = mode;
+  if (SoundEntry* entry = FindRunningSound(name)) entry->PlayMode = mode;
 }
 
 int qorSound_GetVolume(const char* name) {
-  SoundEntry* entry = Target(name);
+  SoundEntry* entry = FindRunningSound(name);
   return entry ? entry->Volume : 0;
 }
 
 void qorSound_SetVolume(const char* name, int volume) {
-  if (SoundEntry* entry = Target(name)) entry->SetVolume(volume);
+  if (SoundEntry* entry = FindRunningSound(name)) entry->SetVolume(volume);
 }
 
 void qorSound_SetVolume2(const char* name, int volume) {
-  if (SoundEntry* entry = Target(name)) entry->SetVolume2(volume);
+  if (SoundEntry* entry = FindRunningSound(name)) entry->SetVolume2(volume);
 }
 
 int qorSound_GetFrequency(const char* name) {
-  SoundEntry* entry = Target(name);
+  SoundEntry* entry = FindRunningSound(name);
   return entry ? entry->Frequency : 0;
 }
 
 void qorSound_SetFrequency(const char* name, int frequency) {
-  if (SoundEntry* entry = Target(name)) entry->SetFrequency(frequency);
+  if (SoundEntry* entry = FindRunningSound(name)) entry->SetFrequency(frequency);
 }
 
 void qorSound_GetDistances(const char* name, float* minimum, float* maximum) {
-  SoundEntry* entry = Target(name);
+  SoundEntry* entry = FindRunningSound(name);
   if (!entry) return;
   if (minimum) *minimum = entry->MinDistance;
   if (maximum) *maximum = entry->MaxDistance;
 }
 
 void qorSound_SetDistances(const char* name, float minimum, float maximum) {
-  SoundEntry* entry = Target(name);
+  SoundEntry* entry = FindRunningSound(name);
   if (entry && entry->Is3D) entry->SetDistances(minimum, maximum);
 }
 
@@ -58,37 +51,37 @@ void qorSound_SetSoundMinMaxDistances(void* sound, float minimum, float maximum)
 }
 
 int qorSound_GetNumStreams(const char* name) {
-  SoundEntry* entry = Target(name);
+  SoundEntry* entry = FindRunningSound(name);
   return entry ? entry->NumStreams : 0;
 }
 
 void qorSound_SetNumStreams(const char* name, int count) {
-  if (SoundEntry* entry = Target(name)) entry->NumStreams = count;
+  if (SoundEntry* entry = FindRunningSound(name)) entry->NumStreams = count;
 }
 
 int qorSound_GetLooped(const char* name) {
-  SoundEntry* entry = Target(name);
+  SoundEntry* entry = FindRunningSound(name);
   return entry ? entry->Looped : 0;
 }
 
 void qorSound_SetLooped(const char* name, int looped) {
-  if (SoundEntry* entry = Target(name)) entry->Looped = static_cast<uint8_t>(looped);
+  if (SoundEntry* entry = FindRunningSound(name)) entry->Looped = static_cast<uint8_t>(looped);
 }
 
 int qorSound_GetCrossed(const char* name) {
-  SoundEntry* entry = Target(name);
+  SoundEntry* entry = FindRunningSound(name);
   return entry ? entry->Crossed : 0;
 }
 
 void qorSound_SetCrossed(const char* name, int crossed) {
-  if (SoundEntry* entry = Target(name)) entry->Crossed = static_cast<uint8_t>(crossed);
+  if (SoundEntry* entry = FindRunningSound(name)) entry->Crossed = static_cast<uint8_t>(crossed);
 }
 
 int qorSound_Get3D(const char* name) {
-  SoundEntry* entry = Target(name);
+  SoundEntry* entry = FindRunningSound(name);
   return entry ? entry->Is3D : 0;
 }
 
 void qorSound_Set3D(const char* name, int is3D) {
-  if (SoundEntry* entry = Target(name)) entry->Is3D = static_cast<uint8_t>(is3D);
+  if (SoundEntry* entry = FindRunningSound(name)) entry->Is3D = static_cast<uint8_t>(is3D);
 }

@@ -215,13 +215,12 @@ void SoundEntry::Resume3DStreams() {
 
 namespace {
 
-SoundEntry* ByName(const char* name) { return SystemInitialized ? FindSoundEntry(name, true) : nullptr; }
 SoundEntry* ByHandle(void* sound) { return SystemInitialized ? static_cast<SoundEntry*>(sound) : nullptr; }
 
 }  // namespace
 
 LONG qorSound_LoginSound(const char* name) {
-  SoundEntry* entry = ByName(name);
+  SoundEntry* entry = FindRunningSound(name);
   return entry ? entry->Login() : E_FAIL;
 }
 
@@ -233,7 +232,7 @@ LONG qorSound_LoginSound(void* sound) {
 LONG qorSound_PreloadSound(const char* name) { return qorSound_LoginSound(name); }
 
 LONG qorSound_LogoutSound(const char* name) {
-  SoundEntry* entry = ByName(name);
+  SoundEntry* entry = FindRunningSound(name);
   return entry ? entry->Logout() : E_FAIL;
 }
 
