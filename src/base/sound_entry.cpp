@@ -141,8 +141,12 @@ HRESULT SoundEntry::ReadFrom(FileCursor& cursor) {
     NumFiles = fileCount;
     if (!cursor.Read(Files, static_cast<uint32_t>(fileCount) * FILE_RECORD_SIZE)) return E_FAIL;
     for (int i = 0; i < NumFiles; ++i) {
-      Files[i].Path[FILE_PATH_SIZE - 1] = 0;
-      CleanStoredPath(Files[i].Path, FILE_PATH_SIZE);
+      char* path = Files[i].Path;
+      path[FILE_PATH_SIZE - 1] = 0;
+      CleanStoredPath(path, FILE_PATH_SIZE);
+      // Nothing of the stored form stays behind the cleaned one, so a save writes only what the list holds.
+      size_t length = std::strlen(path);
+      std::memset(path + length, 0, FILE_PATH_SIZE - length);
     }
   }
   return S_OK;

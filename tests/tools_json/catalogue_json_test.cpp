@@ -1,0 +1,262 @@
+// kxsound export and import, run as the program a person runs.
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "base_file_builder.h"
+#include "kxHost.h"
+#include "kxSound.h"
+#include "temp_dir.h"
+
+extern char** environ;
+
+namespace {
+
+struct Outcome {
+  int Code = -1;
+  std::string Out, Err;
+};
+
+Outcome Kxsound(const std::vector<std::string>& args) {
+  TempDir scratch;
+  std::vector<char*> argv{const_cast<char*>(KXSOUND_BIN)};
+  for (const std::string& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
+  argv.push_back(nullptr);
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, 1, scratch.file("out").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  posix_spawn_file_actions_addopen(&actions, 2, scratch.file("err").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  Outcome outcome;
+  pid_t pid = 0;
+  int status = 0;
+  if (posix_spawn(&pid, KXSOUND_BIN, &actions, nullptr, argv.data(), environ) == 0 && waitpid(pid, &status, 0) == pid &&
+      WIFEXITED(status)) {
+    outcome.Code = WEXITSTATUS(status);
+  }
+  posix_spawn_file_actions_destroy(&actions);
+  std::vector<uint8_t> out = scratch.read("out"), err = scratch.read("err");
+  outcome.Out.assign(out.begin(), out.end());
+  outcome.Err.assign(err.begin(), err.end());
+  return outcome;
+}
+
+// The module in tool mode on root, as the tool starts it.
+void Start(const TempDir& root) {
+  kxHost_SetRootFolder(root.path().c_str());
+  kxHost_SetAudioOutput("offline");
+  ASSERT_EQ(qorSound_Initialize(nullptr, 1), S_OK);
+  // The page table outlives the module: begin from none.
+  while (qorSound_DeletePage(0) == S_OK) {
+  }
+}
+
+void Create(const std::string& name) {
+  char buffer[256];
+  std::strcpy(buffer, name.c_str());
+  qorSound_CreateNewSound(buffer);
+  ASSERT_EQ(std::string(buffer), name);
+}
+
+void AddFile(const std::string& sound, const char* path, int enabled) {
+  char buffer[64];
+  std::strcpy(buffer, path);
+  ASSERT_EQ(qorSound_AddFile(sound.c_str(), buffer), S_OK);
+  int index = 0;
+  while (qorSound_GetFile(sound.c_str(), buffer, index + 1) == S_OK) ++index;
+  qorSound_SetFileEnabled(sound.c_str(), index, enabled);
+}
+
+void SetDistances(const char* sound, float minimum, float maximum) {
+  void* handle = nullptr;
+  ASSERT_EQ(qorSound_FindSound(sound, &handle), S_OK);
+  qorSound_SetSoundMinMaxDistances(handle, minimum, maximum);
+}
+
+float FromBits(uint32_t bits) {
+  float value;
+  std::memcpy(&value, &bits, sizeof value);
+  return value;
+}
+
+// Every kind of field, each at values a plain catalogue would not hold.
+void WriteRichCatalogue(const TempDir& root) {
+  Start(root);
+  for (const char* page : {"Doors", "W\xc3\xb6rld", "\xff\xfe-raw", "123456789012345"}) {
+    ASSERT_EQ(qorSound_NewPage(page), S_OK);
+  }
+  Create("Door \"main\" open");
+  qorSound_SetSoundComments("Door \"main\" open", "caf\xc3\xa9 \xe2\x80\x94 door");
+  qorSound_SetSoundPlayMode("Door \"main\" open", SOUND_PLAYMODE_SEQUENTIAL);
+  AddFile("Door \"main\" open", "sounds\\door1.wav", 1);
+  AddFile("Door \"main\" open", "sounds\\door2.wav", 0);
+  AddFile("Door \"main\" open", "sounds\\d\xe9j\xe0 vu.wav", 7);
+
+  Create("Shot\\3D");
+  qorSound_SetSoundComments("Shot\\3D", "bad \x80 byte\nsecond line\ttab");
+  qorSound_Set3D("Shot\\3D", 1);
+  qorSound_SetNumStreams("Shot\\3D", 9);
+  qorSound_SetSoundPlayMode("Shot\\3D", static_cast<SOUND_PLAYMODE>(7));
+  qorSound_SetLooped("Shot\\3D", 255);
+  qorSound_SetCrossed("Shot\\3D", 200);
+  qorSound_SetVolume("Shot\\3D", 0);
+  qorSound_SetFrequency("Shot\\3D", 250);
+  qorSound_SetSoundPage("Shot\\3D", 300);
+  qorSound_SetSoundEnabled("Shot\\3D", 0);
+  SetDistances("Shot\\3D", 1.0f, 3.4e38f);
+
+  // A minimum below 1 is kept when the maximum is below it too.
+  Create("tiny");
+  qorSound_Set3D("tiny", 2);
+  SetDistances("tiny", 0.1f, 0.1f);
+  Create("speck");
+  SetDistances("speck", 1e-7f, 1e-7f);
+  Create("negative zero");
+  SetDistances("negative zero", -0.0f, -0.0f);
+  // 2D, yet its distances are stored.
+  Create("far");
+  qorSound_SetSoundEnabled("far", 5);
+  qorSound_SetSoundPage("far", -1);
+  SetDistances("far", 2.5f, FromBits(0x7f800000));
+  Create("not a number");
+  SetDistances("not a number", 1.5f, FromBits(0x7fc12345));
+
+  Create("Z\xe9" "bra");
+  qorSound_SetSoundPage("Z\xe9" "bra", 3);
+  std::string longest(255, 'n');
+  Create(longest);
+  qorSound_SetVolume(longest.c_str(), 2147483647);
+  qorSound_SetNumStreams(longest.c_str(), -3);
+  qorSound_SetSoundPlayMode(longest.c_str(), static_cast<SOUND_PLAYMODE>(-1));
+  Create("plain");
+  EXPECT_EQ(qorSound_SaveBase(), S_OK);
+  qorSound_Finalize();
+}
+
+// A different catalogue, with a sound on a page beyond the table, for import to replace.
+void WriteOldCatalogue(const TempDir& root) {
+  Start(root);
+  qorSound_NewPage("Old1");
+  qorSound_NewPage("Old2");
+  for (int page : {0, 1, 9}) {
+    std::string name = "old" + std::to_string(page);
+    Create(name);
+    qorSound_SetSoundPage(name.c_str(), page);
+    AddFile(name, "sounds\\old.wav", 1);
+  }
+  EXPECT_EQ(qorSound_SaveBase(), S_OK);
+  qorSound_Finalize();
+}
+
+TEST(CatalogueJson, ImportOfAnExportRewritesTheSameBaseFileByteForByte) {
+  TempDir source, target;
+  WriteRichCatalogue(source);
+  WriteOldCatalogue(target);
+
+  Outcome exported = Kxsound({"export", "--root", source.path()});
+  ASSERT_EQ(exported.Code, 0) << exported.Err;
+  const std::string& json = exported.Out;
+  // Shortest text for a float; bytes that are not UTF-8 as hex; other text as it is.
+  EXPECT_NE(json.find("\"minDistance\": 0.1,"), std::string::npos);
+  EXPECT_NE(json.find("\"maxDistance\": 3.4e+38,"), std::string::npos);
+  EXPECT_NE(json.find("\"maxDistance\": {\n        \"bits\": \"7fc12345\""), std::string::npos);
+  EXPECT_NE(json.find("\"hex\": \"626164208020627974650a7365636f6e64206c696e6509746162\""), std::string::npos)
+      << json;
+  EXPECT_NE(json.find("\"comment\": \"caf\xc3\xa9 \xe2\x80\x94 door\""), std::string::npos);
+  EXPECT_NE(json.find("\"name\": \"Door \\\"main\\\" open\""), std::string::npos);
+  source.write("catalogue.json", json);
+
+  Outcome imported = Kxsound({"import", source.file("catalogue.json"), "--root", target.path()});
+  ASSERT_EQ(imported.Code, 0) << imported.Err;
+  EXPECT_EQ(imported.Out, "Imported 4 pages and 10 sounds into " + target.path() + "Sounds.qorSound\n");
+  std::vector<uint8_t> original = source.read("Sounds.qorSound"), rebuilt = target.read("Sounds.qorSound");
+  ASSERT_EQ(rebuilt.size(), original.size());
+  EXPECT_TRUE(rebuilt == original);
+}
+
+TEST(CatalogueJson, ImportRefusesWhatTheCatalogueCannotHoldAndWritesNothing) {
+  TempDir root;
+  WriteOldCatalogue(root);
+  const std::vector<uint8_t> before = root.read("Sounds.qorSound");
+  const std::string head = "{\"format\": \"kxsound-catalogue\", \"version\": 1, ";
+  struct Case {
+    std::string Json, Message;
+  };
+  const Case cases[] = {
+      {head + "\"pages\": [\"A\"]\n  \"sounds\": []}", "parse error at line 2, column 10"},
+      {"{\"format\": \"other\", \"version\": 1}", "\"format\" must be \"kxsound-catalogue\""},
+      {"{\"format\": \"kxsound-catalogue\", \"version\": 2}", "\"version\" must be 1"},
+      {head + "\"sounds\": [{\"name\": \"Door\", \"volume\": \"loud\"}]}",
+       "sounds[0] (\"Door\"): volume must be a whole number"},
+      {head + "\"sounds\": [{\"name\": \"Door\", \"volume\": -1}]}", "volume must be from 0 to 2147483647"},
+      {head + "\"sounds\": [{\"name\": \"Door\", \"volumme\": 5}]}", "unknown field \"volumme\""},
+      {head + "\"sounds\": [{\"name\": \"a\\u0000b\"}]}", "name holds a zero byte"},
+      {head + "\"sounds\": [{\"name\": \"Door\", \"maxDistance\": 1e39}]}", "number overflow parsing '1e39'"},
+      {head + "\"pages\": [\"sixteen-bytes-xx\"]}", "pages[0] holds more than 15 bytes"},
+      {head + "\"pages\": [\"Doors\", \"DOORS\"]}", "pages[1] (\"DOORS\") was refused"},
+      {head + "\"sounds\": [{\"name\": \"Door\"}, {\"name\": \"door\"}]}", "sounds[1] (\"door\"): the name is taken"},
+      {head + "\"sounds\": [{\"name\": \"Door\", \"comment\": \"\"}]}", "an empty comment cannot be stored"},
+      {head + "\"sounds\": [{\"name\": \"Door\", \"minDistance\": 0.5}]}",
+       "minDistance 0.5 with maxDistance 100.0 cannot be stored"},
+      {head + "\"sounds\": [{\"name\": \"Door\", \"files\": [{\"path\": \"a.wav\"}, {\"path\": \"A.WAV\"}]}]}",
+       "files[1].path \"A.WAV\" was refused: it is listed twice"},
+      {head + "\"sounds\": [{\"name\": \"Door\", \"files\": [{\"path\": \"" + std::string(63, 'p') + "\"}]}]}",
+       "files[0].path must hold 1 to 62 bytes"},
+  };
+  for (const Case& c : cases) {
+    root.write("in.json", c.Json);
+    Outcome outcome = Kxsound({"import", root.file("in.json"), "--root", root.path()});
+    EXPECT_EQ(outcome.Code, 1) << c.Json;
+    EXPECT_NE(outcome.Err.find(c.Message), std::string::npos) << c.Json << "\n" << outcome.Err;
+    EXPECT_TRUE(root.read("Sounds.qorSound") == before) << c.Json;
+  }
+}
+
+TEST(CatalogueJson, AStoredValueTheSettersCannotMakeIsReportedNotChanged) {
+  TempDir root;
+  StoredSound quiet;
+  quiet.Name = "Quiet";
+  quiet.Volume = -5;
+  root.write("Sounds.qorSound", BaseFileBuilder().Header(1, 0).Sound(quiet).Bytes);
+  Outcome exported = Kxsound({"export", "--root", root.path()});
+  ASSERT_EQ(exported.Code, 0) << exported.Err;
+  root.write("catalogue.json", exported.Out);
+  Outcome imported = Kxsound({"import", root.file("catalogue.json"), "--root", root.path()});
+  EXPECT_EQ(imported.Code, 1);
+  EXPECT_NE(imported.Err.find("sounds[0] (\"Quiet\"): volume must be from 0"), std::string::npos) << imported.Err;
+}
+
+TEST(CatalogueJson, CommandsFailCleanlyWithoutARootAFileOrACatalogue) {
+  TempDir root;
+  Outcome none = Kxsound({"export", "--root", root.path()});
+  EXPECT_EQ(none.Code, 1);
+  EXPECT_EQ(none.Out, "");
+  EXPECT_NE(none.Err.find("no readable catalogue"), std::string::npos);
+
+  Outcome noFile = Kxsound({"import", root.file("missing.json"), "--root", root.path()});
+  EXPECT_EQ(noFile.Code, 1);
+  EXPECT_NE(noFile.Err.find("cannot read"), std::string::npos);
+
+  root.write("empty.json", std::string("{\"format\": \"kxsound-catalogue\", \"version\": 1}"));
+  Outcome noRoot = Kxsound({"import", root.file("empty.json"), "--root", root.file("gone")});
+  EXPECT_EQ(noRoot.Code, 1);
+  EXPECT_NE(noRoot.Err.find("does not exist"), std::string::npos);
+  EXPECT_FALSE(root.exists("gone"));
+  EXPECT_FALSE(root.exists("Sounds.qorSound"));
+
+  // Getters by name reach only the first of two sounds of one name: refuse rather than export it twice.
+  StoredSound first, second;
+  first.Name = "Door";
+  second.Name = "DOOR";
+  root.write("Sounds.qorSound", BaseFileBuilder().Header(2, 0).Sound(first).Sound(second).Bytes);
+  Outcome twice = Kxsound({"export", "--root", root.path()});
+  EXPECT_EQ(twice.Code, 1);
+  EXPECT_NE(twice.Err.find("appears twice"), std::string::npos);
+}
+
+}  // namespace
