@@ -1,0 +1,166 @@
+// kxsound run: scene scripts rendered offline into WAV files, traced, and refused.
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "temp_dir.h"
+#include "tool_process.h"
+
+namespace {
+
+class KxsoundRunTest : public ::testing::Test {
+protected:
+  static void SetUpTestSuite() {
+    root_ = new TempDir;
+    MakeTestCatalogue(*root_);
+  }
+  static void TearDownTestSuite() {
+    delete root_;
+    root_ = nullptr;
+  }
+
+  // Runs a script (written into a scratch folder) on the test catalogue.
+  ToolRun Run(const std::string& script, std::vector<std::string> extra) {
+    work.write("scene.txt", script);
+    std::vector<std::string> args = {"run", work.file("scene.txt"), "--root", root_->path()};
+    args.insert(args.end(), extra.begin(), extra.end());
+    return RunTool(args);
+  }
+
+  static TempDir* root_;
+  TempDir work;
+};
+
+TempDir* KxsoundRunTest::root_ = nullptr;
+
+// 0-0.5 s a centred beep; 0.5-1.5 s the hum held on the right; stopped until 2.0 s;
+// then resumed on the left for 0.5 s.
+const char kScene[] =
+    "# one-shot, then a held stream that moves\n"
+    "PlaySound beep\n"
+    "wait 500\n"
+    "\n"
+    "hold hum as h\n"
+    "stream h at 3 0 0\n"
+    "stream h play\n"
+    "wait 1000\n"
+    "expect-playing h\n"
+    "stream h stop\n"
+    "wait 500\n"
+    "stream h at -3 0 0\n"
+    "STREAM h resume\n"
+    "wait 500\n";
+
+TEST_F(KxsoundRunTest, RendersEachPartOfTheSceneWhereItBelongs) {
+  ToolRun run = Run(kScene, {"--output", "wav:" + work.file("out.wav")});
+  ASSERT_EQ(run.Status, 0) << run.Err;
+  EXPECT_NE(run.Out.find("Rendered 2.5 s of sound into"), std::string::npos) << run.Out;
+
+  WavSound wav = ReadWav(work.file("out.wav"));
+  ASSERT_EQ(wav.Rate, 44100u) << "missing or malformed WAV";
+  EXPECT_NEAR(wav.Seconds(), 2.5, 0.01);
+  const double quiet = 1e-3;
+  // The beep, in the middle.
+  EXPECT_GT(wav.Rms(true, 0.05, 0.25), 0.05);
+  EXPECT_NEAR(wav.Rms(true, 0.05, 0.25), wav.Rms(false, 0.05, 0.25), 0.01);
+  EXPECT_LT(wav.Rms(true, 0.35, 0.5), quiet);
+  // The hum on the right, in both its files. (A file that takes over sounds from where the
+  // listener is until the next commit of 3D settings, so the windows leave those out.)
+  for (double from : {0.55, 0.96, 1.36}) {
+    EXPECT_GT(wav.Rms(false, from, from + 0.14), 0.02) << "at " << from;
+    EXPECT_GT(wav.Rms(false, from, from + 0.14), 2 * wav.Rms(true, from, from + 0.14)) << "at " << from;
+  }
+  EXPECT_LT(wav.Rms(false, 1.55, 1.95), quiet);
+  EXPECT_LT(wav.Rms(true, 1.55, 1.95), quiet);
+  // Moved to the left while it stood still.
+  EXPECT_GT(wav.Rms(true, 2.1, 2.45), 2 * wav.Rms(false, 2.1, 2.45));
+}
+
+TEST_F(KxsoundRunTest, MixesTheMusicIntoTheSameFile) {
+  ToolRun run = Run("TestMP3\nwait 1500\n", {"--output", "wav:" + work.file("music.wav")});
+  ASSERT_EQ(run.Status, 0) << run.Err;
+  WavSound wav = ReadWav(work.file("music.wav"));
+  ASSERT_EQ(wav.Rate, 44100u);
+  EXPECT_GT(wav.Rms(true, 0.2, 1.5), 0.01);
+}
+
+TEST_F(KxsoundRunTest, TracesStreamEventsInOrderWithNumberedStreams) {
+  ToolRun run = Run(kScene, {"--output", "wav:" + work.file("out.wav"), "--trace"});
+  ASSERT_EQ(run.Status, 0) << run.Err;
+  std::vector<std::string> events;
+  for (const std::string& line : Lines(run.Out)) {
+    std::istringstream in(line);
+    unsigned long ms;
+    std::string word, rest;
+    if (!(in >> ms >> word) || word != "event") continue;
+    std::getline(in, rest);
+    events.push_back(rest.substr(1));
+    if (rest == " 1 2") {
+      EXPECT_EQ(ms, 500u) << "the hold";
+    }
+  }
+  // The beep comes and goes; the hum is held, played, hands over to its second file and back,
+  // is stopped, resumed, and hands over again.
+  const std::vector<std::string> expected = {"1 1", "2 1", "1 2", "5 2", "6 2 3", "6 3 2", "5 2", "5 2", "6 2 3"};
+  EXPECT_EQ(events, expected) << run.Out;
+}
+
+TEST_F(KxsoundRunTest, SameSeedRendersTheSameBytes) {
+  // Random choices: the file of each pick and the waits of the ambient.
+  const char script[] =
+      "LoadAmbient beep\n"
+      "PlayAmbientDelayed beep 1 90\n"
+      "PlaySound pick\nwait 150\nPlaySound pick\nwait 150\nPlaySound pick\nwait 150\n"
+      "PlaySound pick\nwait 150\nPlaySound pick\nwait 150\nPlaySound pick\nwait 2000\n";
+  auto render = [&](const char* file, const char* seed) {
+    ToolRun run = Run(script, {"--output", "wav:" + work.file(file), "--seed", seed, "--trace"});
+    EXPECT_EQ(run.Status, 0) << run.Err;
+    return std::make_pair(work.read(file), run.Out.substr(0, run.Out.rfind("Rendered")));
+  };
+  auto first = render("a.wav", "5"), second = render("b.wav", "5"), other = render("c.wav", "6");
+  ASSERT_GT(first.first.size(), 44u);
+  EXPECT_TRUE(first.first == second.first) << "the same seed gave different sound";
+  EXPECT_EQ(first.second, second.second);
+  EXPECT_FALSE(first.first == other.first) << "the seed made no difference";
+}
+
+TEST_F(KxsoundRunTest, BadLinesAreReportedWithTheirNumbersBeforeAnythingPlays) {
+  ToolRun run = Run("PlaySound beep\nwait soon\nhold beep as b\nstream x play\nears 1 2\nstream b volume\n",
+                    {"--output", "wav:" + work.file("out.wav")});
+  EXPECT_EQ(run.Status, 1);
+  for (const char* where : {"scene.txt:2:", "scene.txt:4:", "scene.txt:5:", "scene.txt:6:"})
+    EXPECT_NE(run.Err.find(where), std::string::npos) << where << " in " << run.Err;
+  EXPECT_EQ(run.Err.find("scene.txt:1:"), std::string::npos);
+  EXPECT_EQ(run.Err.find("scene.txt:3:"), std::string::npos);
+  EXPECT_FALSE(work.exists("out.wav"));
+}
+
+TEST_F(KxsoundRunTest, RefusedCommandsAndFailuresStopWithAMessage) {
+  // Too few parameters for the console: refused at run time, with its line.
+  ToolRun refused = Run("PlaySound beep\nwait 100\nSoundVolume\nwait 100\n", {"--output", "wav:" + work.file("r.wav")});
+  EXPECT_EQ(refused.Status, 1);
+  EXPECT_NE(refused.Err.find("scene.txt:3: the console refused 'SoundVolume'"), std::string::npos) << refused.Err;
+  EXPECT_FALSE(work.exists("r.wav")) << "a scene that failed left a file";
+
+  ToolRun unknownSound = Run("hold nothing as n\n", {"--output", "offline"});
+  EXPECT_EQ(unknownSound.Status, 1);
+  EXPECT_NE(unknownSound.Err.find("scene.txt:1: no stream of sound 'nothing'"), std::string::npos) << unknownSound.Err;
+
+  ToolRun notPlaying = Run("hold hum as h\nexpect-playing h\n", {"--output", "offline"});
+  EXPECT_EQ(notPlaying.Status, 1);
+  EXPECT_NE(notPlaying.Err.find("scene.txt:2: stream 'h' is [stopped]"), std::string::npos) << notPlaying.Err;
+
+  ToolRun noScript = RunTool({"run", work.file("missing.txt"), "--output", "offline"});
+  EXPECT_EQ(noScript.Status, 1);
+  EXPECT_NE(noScript.Err.find("missing.txt"), std::string::npos) << noScript.Err;
+
+  ToolRun noRoot = RunTool({"run", work.file("scene.txt"), "--root", work.file("nowhere"), "--output", "offline"});
+  EXPECT_EQ(noRoot.Status, 1);
+  EXPECT_NE(noRoot.Err.find("nowhere"), std::string::npos) << noRoot.Err;
+
+  ToolRun unwritable = Run("wait 100\n", {"--output", "wav:" + work.file("no/such/folder/x.wav")});
+  EXPECT_EQ(unwritable.Status, 1);
+  EXPECT_NE(unwritable.Err.find("cannot write"), std::string::npos) << unwritable.Err;
+}
+
+}  // namespace

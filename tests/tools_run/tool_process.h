@@ -1,0 +1,33 @@
+// Running the kxsound program and reading what it wrote.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+struct ToolRun {
+  int Status = -1;  // the exit status; -1 when it did not exit normally
+  std::string Out, Err;
+};
+
+// Runs kxsound with args, input on its standard input, in folder cwd (empty: this one).
+ToolRun RunTool(const std::vector<std::string>& args, const std::string& input = "", const std::string& cwd = "");
+
+// A 16-bit PCM WAV file as written by kxsound; Rate 0 when it is missing or malformed.
+struct WavSound {
+  uint32_t Rate = 0;
+  uint16_t Channels = 0;
+  std::vector<float> Left, Right;
+  double Seconds() const { return Rate ? static_cast<double>(Left.size()) / Rate : 0; }
+  double Rms(bool left, double from, double to) const;
+};
+WavSound ReadWav(const std::string& path);
+
+std::vector<std::string> Lines(const std::string& text);
+
+class TempDir;
+// A catalogue made through the module, with its wave files, in root:
+//   beep  2D, a 440 Hz tone of 0.3 s
+//   hum   3D, looped and crossed over two files of 0.4 s (220 and 330 Hz), in order
+//   pick  2D, one of three short tones at random
+void MakeTestCatalogue(TempDir& root);
