@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
-#include <new>
 
 #include "../base/module_fixture.h"
 #include "kxEngine.h"
@@ -72,7 +71,8 @@ static void OnMalloc(const volatile void*, size_t) { Note(); }
 static void OnFree(const volatile void*) {}
 static const int g_hooked = __sanitizer_install_malloc_and_free_hooks(OnMalloc, OnFree);
 #else
-// Default visibility: the libraries, OpenAL Soft among them, must reach these too.
+// Default visibility: the libraries, OpenAL Soft among them, must reach these too. libstdc++'s
+// operator new, in all its forms, calls these, so new is counted as well.
 #pragma GCC visibility push(default)
 extern "C" {
 void* __libc_malloc(size_t);
@@ -101,25 +101,6 @@ int posix_memalign(void** out, size_t align, size_t n) {
   *out = memalign(align, n);
   return *out ? 0 : ENOMEM;
 }
-}
-
-// Every form of new ends in the counted functions; delete stays libstdc++'s, which calls free.
-static void* Allocate(size_t n, size_t align = 0) {
-  void* p = align ? memalign(align, n ? n : 1) : malloc(n ? n : 1);
-  if (!p) throw std::bad_alloc();
-  return p;
-}
-void* operator new(size_t n) { return Allocate(n); }
-void* operator new[](size_t n) { return Allocate(n); }
-void* operator new(size_t n, const std::nothrow_t&) noexcept { return malloc(n ? n : 1); }
-void* operator new[](size_t n, const std::nothrow_t&) noexcept { return malloc(n ? n : 1); }
-void* operator new(size_t n, std::align_val_t a) { return Allocate(n, static_cast<size_t>(a)); }
-void* operator new[](size_t n, std::align_val_t a) { return Allocate(n, static_cast<size_t>(a)); }
-void* operator new(size_t n, std::align_val_t a, const std::nothrow_t&) noexcept {
-  return memalign(static_cast<size_t>(a), n ? n : 1);
-}
-void* operator new[](size_t n, std::align_val_t a, const std::nothrow_t&) noexcept {
-  return memalign(static_cast<size_t>(a), n ? n : 1);
 }
 #pragma GCC visibility pop
 #endif

@@ -33,19 +33,6 @@ protected:
   static AmbientEntry* Find(const char* name) {
     return static_cast<AmbientEntry*>(NamedNode::Find(AmbientList, name, 256));
   }
-  // The times (seconds into the capture) at which a sound starts after silence.
-  static std::vector<double> Onsets(const Capture& heard) {
-    std::vector<double> onsets;
-    bool sounding = false;
-    const size_t window = heard.Rate / 200;  // 5 ms
-    for (size_t i = 0; i + window <= heard.Left.size(); i += window) {
-      double t = static_cast<double>(i) / heard.Rate;
-      bool now = heard.Rms(t, t + 0.005) > 0.01;
-      if (now && !sounding) onsets.push_back(t);
-      sounding = now;
-    }
-    return onsets;
-  }
 };
 
 TEST_F(Ambients, LoadingTakesAStreamOfItsOwnAndPlaysNothing) {

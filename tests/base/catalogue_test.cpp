@@ -98,6 +98,9 @@ TEST_F(Catalogue, CloneCarriesParametersButNotNameFilesOrComment) {
   qorSound_SetVolume("quiet", 10);
   qorSound_CopyParameters("quiet", "quiet");
   EXPECT_EQ(qorSound_GetVolume("gun"), 70);
+  // An empty comment is no comment.
+  qorSound_SetSoundComments("gun", "");
+  EXPECT_EQ(qorSound_GetSoundComments("gun"), nullptr);
 }
 
 TEST_F(Catalogue, ChangeNameRefusesAnyTakenNameEvenItsOwn) {
@@ -113,9 +116,11 @@ TEST_F(Catalogue, ChangeNameRefusesAnyTakenNameEvenItsOwn) {
 TEST_F(Catalogue, ByNameOperationsFollowRedirectionButEnumerationDoesNot) {
   Create("a");
   Create("b");
-  qorSound_SetSoundComments("b", "target");
   Entry("a")->LinkRedirect(Entry("b"));
-  EXPECT_STREQ(qorSound_GetSoundComments("a"), "target");
+  qorSound_SetVolume("a", 40);
+  EXPECT_EQ(Entry("b")->Volume, 40);
+  EXPECT_EQ(Entry("a")->Volume, 100);
+  EXPECT_EQ(qorSound_GetVolume("a"), 40);
   EXPECT_EQ(qorSound_ChangeName("a", "c"), S_OK);
   EXPECT_EQ(AllNames(), (std::vector<std::string>{"a", "c"}));
   // Deleting by the redirected name deletes the end of the chain.
@@ -152,19 +157,15 @@ TEST_F(Catalogue, DeletingKeepsTheRestOfTheList) {
   EXPECT_TRUE(AllNames().empty());
 }
 
-TEST_F(Catalogue, AnEmptyCommentIsNoComment) {
-  Create("door");
-  qorSound_SetSoundComments("door", "creaks");
-  EXPECT_STREQ(qorSound_GetSoundComments("door"), "creaks");
-  qorSound_SetSoundComments("door", "");
-  EXPECT_EQ(qorSound_GetSoundComments("door"), nullptr);
-}
-
 TEST_F(Catalogue, UnknownNamesTouchNothing) {
   EXPECT_EQ(qorSound_GetSoundComments("ghost"), nullptr);
   qorSound_SetSoundComments("ghost", "x");
-  qorSound_SetSoundEnabled("ghost", 0);
-  EXPECT_EQ(qorSound_IsSoundEnabled("ghost"), 0);
+  qorSound_SetVolume("ghost", 5);
+  EXPECT_EQ(qorSound_GetVolume("ghost"), 0);
+  float minimum = -1, maximum = -1;
+  qorSound_GetDistances("ghost", &minimum, &maximum);
+  EXPECT_EQ(minimum, -1);
+  qorSound_SetSoundMinMaxDistances(nullptr, 1, 2);
   char out[256] = "keep";
   qorSound_CloneSound("ghost", out);
   EXPECT_STREQ(out, "keep");

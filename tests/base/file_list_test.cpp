@@ -86,7 +86,6 @@ TEST_F(FileList, DeleteAndSwapKeepRecordsWhole) {
   qorSound_DeleteFile("s", 0);
   qorSound_DeleteFile("s", 0);
   EXPECT_EQ(Entry("s")->Files, nullptr);
-  EXPECT_TRUE(Files("s").empty());
   EXPECT_EQ(qorSound_IsFileEnabled("s", 0), 0);
   qorSound_SetFileEnabled("s", 0, 1);  // outside the list: ignored
 }

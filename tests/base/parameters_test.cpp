@@ -4,19 +4,6 @@ namespace {
 
 using Parameters = ModuleTest;
 
-TEST_F(Parameters, NewSoundsHaveTheDefaults) {
-  Create("s");
-  EXPECT_EQ(qorSound_GetSoundPlayMode("s"), SOUND_PLAYMODE_RANDOM);
-  EXPECT_EQ(qorSound_GetVolume("s"), 100);
-  EXPECT_EQ(qorSound_GetFrequency("s"), 100);
-  EXPECT_EQ(qorSound_GetNumStreams("s"), 1);
-  float minimum = 0, maximum = 0;
-  qorSound_GetDistances("s", &minimum, &maximum);
-  EXPECT_EQ(minimum, 5.0f);
-  EXPECT_EQ(maximum, 100.0f);
-  EXPECT_EQ(qorSound_IsSoundEnabled("s"), 1);
-}
-
 TEST_F(Parameters, LevelsRefuseNegativesButHaveNoUpperBound) {
   Create("s");
   qorSound_SetVolume("s", -5);
@@ -57,7 +44,7 @@ TEST_F(Parameters, DistancesClampTheMinimumOnlyAndNeedA3DSound) {
   EXPECT_EQ(maximum, 9.0f);
 }
 
-TEST_F(Parameters, FlagsKeepTheLowByteAndCountsTheWholeInt) {
+TEST_F(Parameters, FlagsKeepTheLowByte) {
   Create("s");
   qorSound_SetLooped("s", 256);
   EXPECT_EQ(qorSound_GetLooped("s"), 0);
@@ -65,33 +52,6 @@ TEST_F(Parameters, FlagsKeepTheLowByteAndCountsTheWholeInt) {
   EXPECT_EQ(qorSound_GetLooped("s"), 1);
   qorSound_SetCrossed("s", 0x1FF);
   EXPECT_EQ(qorSound_GetCrossed("s"), 255);
-  qorSound_Set3D("s", 2);
-  EXPECT_EQ(qorSound_Get3D("s"), 2);
-  qorSound_SetNumStreams("s", 9);
-  EXPECT_EQ(qorSound_GetNumStreams("s"), 9);
-  qorSound_SetSoundPlayMode("s", static_cast<SOUND_PLAYMODE>(7));
-  EXPECT_EQ(qorSound_GetSoundPlayMode("s"), 7);
-}
-
-TEST_F(Parameters, ARedirectedNameReadsAndWritesTheTarget) {
-  Create("a");
-  Create("b");
-  Entry("a")->LinkRedirect(Entry("b"));
-  qorSound_SetVolume("a", 40);
-  qorSound_SetLooped("a", 1);
-  EXPECT_EQ(Entry("b")->Volume, 40);
-  EXPECT_EQ(Entry("a")->Volume, 100);
-  EXPECT_EQ(qorSound_GetLooped("a"), 1);
-  EXPECT_EQ(Entry("a")->Looped, 0);
-}
-
-TEST_F(Parameters, UnknownNamesReadAsZero) {
-  float minimum = -1, maximum = -1;
-  qorSound_GetDistances("ghost", &minimum, &maximum);
-  EXPECT_EQ(minimum, -1);
-  EXPECT_EQ(qorSound_GetVolume("ghost"), 0);
-  qorSound_SetVolume("ghost", 5);
-  qorSound_SetSoundMinMaxDistances(nullptr, 1, 2);
 }
 
 }  // namespace

@@ -24,8 +24,13 @@ protected:
   TempDir root;
 };
 
-TEST_F(Lifecycle, FinalizeOnlyAfterARunningStart) {
+TEST_F(Lifecycle, StartsOnlyWithAnOutputAndFinalizesOnlyAfterAStart) {
   EXPECT_EQ(qorSound_Finalize(), E_FAIL);
+  kxHost_SetAudioOutput("none");
+  EXPECT_EQ(qorSound_Initialize(nullptr, 1), E_FAIL);
+  EXPECT_EQ(SystemInitialized, 0);
+  EXPECT_EQ(qorSound_Finalize(), E_FAIL) << "a failed start leaves nothing to finalize";
+  kxHost_SetAudioOutput("offline");
   ASSERT_EQ(qorSound_Initialize(nullptr, 1), S_OK);
   EXPECT_EQ(qorSound_Finalize(), S_OK);
   EXPECT_EQ(qorSound_Finalize(), E_FAIL);
@@ -58,26 +63,6 @@ TEST_F(Lifecycle, GatedOperationsRefuseUntilStarted) {
   SoundLatency = 0;
 }
 
-TEST_F(Lifecycle, WithoutAnOutputDeviceNothingStarts) {
-  kxHost_SetAudioOutput("none");
-  EXPECT_EQ(qorSound_Initialize(nullptr, 1), E_FAIL);
-  EXPECT_EQ(SystemInitialized, 0);
-  EXPECT_EQ(qorSound_FindSound("x", nullptr), E_FAIL);
-  kxHost_SetAudioOutput("offline");
-  EXPECT_EQ(qorSound_Initialize(nullptr, 1), S_OK);
-}
-
-TEST_F(Lifecycle, TheBaseFileLivesInTheRootFolder) {
-  ASSERT_EQ(qorSound_Initialize(nullptr, 1), S_OK);
-  EXPECT_EQ(std::string(BaseFilePath), root.path() + "Sounds.qorSound");
-  char name[256] = "door";
-  qorSound_CreateNewSound(name);
-  ASSERT_EQ(qorSound_SaveBase(), S_OK);
-  qorSound_Finalize();
-  ASSERT_EQ(qorSound_Initialize(nullptr, 1), S_OK);
-  EXPECT_EQ(qorSound_FindSound("DOOR", nullptr), S_OK);
-}
-
 TEST_F(Lifecycle, ARootTooLongForThePathLoadsAndSavesNothing) {
   std::string deep = root.path() + std::string(230, 'd');
   kxHost_SetRootFolder(deep.c_str());
@@ -96,16 +81,14 @@ TEST_F(Lifecycle, OnlyTheGameRegistersItsTuningKey) {
 
 TEST_F(Lifecycle, FormatNamesComeFromTheFixedTable) {
   ASSERT_EQ(qorSound_Initialize(nullptr, 1), S_OK);
-  struct {
-    ULONG tag;
-    const char* name;
-  } cases[] = {{1, "PCM"}, {2, "ADPCM"}, {0x55, "MPEGLAYER3"}, {0x13, "SIERRA_ADPCM"}, {0x203, "CREATIVE FASTSPEECH10"},
-               {0x1400, "NORRIS"}, {0, "UNKNOWN"}, {3, "UNKNOWN"}, {0x10001, "UNKNOWN"}, {0xFFFF, "UNKNOWN"}};
-  for (const auto& c : cases) {
+  const std::pair<ULONG, const char*> cases[] = {{1, "PCM"}, {2, "ADPCM"}, {0x55, "MPEGLAYER3"}, {0x13, "SIERRA_ADPCM"},
+                                                  {0x203, "CREATIVE FASTSPEECH10"}, {0x1400, "NORRIS"}, {0, "UNKNOWN"},
+                                                  {3, "UNKNOWN"}, {0x10001, "UNKNOWN"}, {0xFFFF, "UNKNOWN"}};
+  for (auto [tag, expected] : cases) {
     char name[22];
     std::memset(name, 'x', sizeof name);
-    qorSound_WaveFormatStr(c.tag, name);
-    EXPECT_STREQ(name, c.name) << c.tag;
+    qorSound_WaveFormatStr(tag, name);
+    EXPECT_STREQ(name, expected) << tag;
   }
 }
 

@@ -66,7 +66,7 @@ TEST_F(Console, SplitsOnBlanksAndKeepsQuotedTextTogether) {
   EXPECT_EQ(g_args, (std::vector<std::string>{big}));
 }
 
-TEST_F(Console, RefusesWrongParameterCountsWithoutCallingTheHandler) {
+TEST_F(Console, RefusesWrongCountsUnknownCommandsAndBlankLines) {
   EXPECT_EQ(kxHost_Execute("SoundVolume"), -2);
   EXPECT_EQ(kxHost_Execute("SoundVolume a b c"), -2);
   EXPECT_EQ(kxHost_Execute("SoundPlay 1 2 3 4 5"), -2);
@@ -79,9 +79,7 @@ TEST_F(Console, RefusesWrongParameterCountsWithoutCallingTheHandler) {
   EXPECT_EQ(kxHost_Execute("showvoices"), 0);
   EXPECT_EQ(g_calls, 3);
   EXPECT_TRUE(g_args.empty());
-}
 
-TEST_F(Console, UnknownAndBlankLines) {
   EXPECT_EQ(kxHost_Execute("Nope 1"), -1);
   EXPECT_NE(printed().find("Unknown command: Nope"), std::string::npos);
   g_printed.clear();

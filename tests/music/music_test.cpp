@@ -11,14 +11,6 @@ namespace {
 
 constexpr double MP3_FRAME = 1152.0 / 44100.0;
 
-// Dominant frequency of a stretch, from the zero crossings of the left channel.
-double Hz(const Capture& c, double from, double to) {
-  size_t begin = static_cast<size_t>(from * c.Rate), end = std::min(c.Left.size(), size_t(to * c.Rate));
-  int crossings = 0;
-  for (size_t i = begin + 1; i < end; ++i) crossings += (c.Left[i - 1] < 0) != (c.Left[i] < 0);
-  return crossings / (2.0 * (to - from));
-}
-
 // Frames of a plain CBR MPEG-1 Layer III stream, from its frame headers.
 int CountFrames(const uint8_t* data, uint32_t size) {
   static const int KBPS[16] = {0, 32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 0};
@@ -97,7 +89,7 @@ protected:
     *ends = 0;
     for (int i = 0; i < steps && *ends < stopAfter; ++i) {
       Capture c = Listen(100, 1);
-      double measured = Hz(c, 0.02, 0.08);
+      double measured = c.Hz(0.02, 0.08);
       int hz = 330;
       for (int tone : {550, 880}) {
         if (std::fabs(measured - tone) < std::fabs(measured - hz)) hz = tone;

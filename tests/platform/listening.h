@@ -10,6 +10,7 @@
 
 #include "dsound/dsound.h"
 #include "kxHost.h"
+#include "listen.h"
 
 struct Level {
   double left = 0, right = 0;
@@ -81,20 +82,11 @@ protected:
 
   // Renders ms and measures what follows the first skipMs (gains glide in OpenAL).
   Level Listen(uint32_t ms, uint32_t skipMs = 20) {
-    kxHost_TakeCapture(0, nullptr, UINT32_MAX);
-    kxHost_Advance(ms);
-    std::vector<float> pcm(size_t{ms} * kRate / 1000 * 2 + 4);
-    uint32_t frames = kxHost_TakeCapture(0, pcm.data(), static_cast<uint32_t>(pcm.size() / 2));
-    Level level;
-    // Whole periods of the tone (50 frames), so that its phase doesn't move the figure.
-    uint32_t first = skipMs * kRate / 1000, n = 0;
-    uint32_t end = frames > first ? first + (frames - first) / kPeriod * kPeriod : first;
-    for (uint32_t i = first; i < end; ++i, ++n) {
-      level.left += pcm[2 * i] * pcm[2 * i];
-      level.right += pcm[2 * i + 1] * pcm[2 * i + 1];
-    }
-    if (n) level = Level{std::sqrt(level.left / n), std::sqrt(level.right / n)};
-    return level;
+    DropCapture();
+    Capture heard = ::Listen(ms);
+    // Whole periods of the tone, so that its phase doesn't move the figure.
+    double from = skipMs / 1000.0, to = from + double((ms - skipMs) * kRate / 1000 / kPeriod * kPeriod) / kRate;
+    return Level{heard.RmsLeft(from, to), heard.RmsRight(from, to)};
   }
 
   bool Playing(IDirectSoundBuffer* buffer) {

@@ -19,19 +19,14 @@ protected:
   }
 };
 
-TEST_F(Device, TheListenerHearsDistanceAndSide) {
-  SoundBuffer* near = Spatial(0, 0, 0.5f);
-  ASSERT_NE(near, nullptr);
-  double inside = Listen(200).Rms(0.05);
-  SoundBuffer_Command(near, BUFFER_CMD_STOP);
-  // Twice the minimum distance with rolloff 1: half the gain.
-  SoundBuffer* far = Spatial(0, 0, 2.0f);
-  EXPECT_NEAR(Decibels(Listen(200).Rms(0.05), inside), -6.0, 0.5);
-
+// How distance and side sound is heard in tests/platform; here, what the module commits and when.
+TEST_F(Device, PositionsWaitForTheCommitAndTheEarsTurnTheListener) {
+  SoundBuffer* buffer = Spatial(0, 0, 2.0f);
+  ASSERT_NE(buffer, nullptr);
   float right[3] = {2.0f, 0, 0};
-  SoundBuffer_SetPosition(far, right);
+  SoundBuffer_SetPosition(buffer, right);
   Capture heard = Listen(200);
-  EXPECT_NEAR(Decibels(heard.Rms(0.05), inside), -6.0, 0.5) << "deferred: not moved until the commit";
+  EXPECT_NEAR(Decibels(heard.RmsLeft(0.05), heard.RmsRight(0.05)), 0.0, 0.5) << "not moved until the commit";
   Device_CommitDeferred();
   heard = Listen(200);
   EXPECT_GT(heard.RmsRight(0.05), 2 * heard.RmsLeft(0.05));
@@ -49,22 +44,14 @@ TEST_F(Device, FactorsAreCheckedBeforeTheDevice) {
   EXPECT_GE(Device_SetRolloffFactor(10.0f), 0);
   EXPECT_EQ(Device_SetRolloffFactor(-0.5f), E_FAIL);
   EXPECT_EQ(Device_SetRolloffFactor(10.5f), E_FAIL);
+  float rolloff = 0;
+  ASSERT_EQ(ListenerObject->GetRolloffFactor(&rolloff), DS_OK);
+  EXPECT_EQ(rolloff, 10.0f) << "the last accepted factor reached the listener";
   EXPECT_GE(Device_SetDopplerFactor(10.0f), 0);
   EXPECT_EQ(Device_SetDopplerFactor(10.5f), E_FAIL);
   EXPECT_GE(Device_SetDistanceFactor(1000.0f), 0);
   EXPECT_EQ(Device_SetDistanceFactor(-1.0f), E_FAIL);
   EXPECT_LT(Device_SetDistanceFactor(0.0f), 0) << "the device refuses what the module lets through";
-
-  // Rolloff 0: distance no longer lowers the level.
-  ASSERT_GE(Device_SetRolloffFactor(0.0f), 0);
-  SoundBuffer* buffer = Spatial(0, 0, 0.5f);
-  ASSERT_NE(buffer, nullptr);
-  double near = Listen(200).Rms(0.05);
-  float far[3] = {0, 0, 50};
-  SoundBuffer_SetPosition(buffer, far);
-  Device_CommitDeferred();
-  EXPECT_NEAR(Decibels(Listen(200).Rms(0.05), near), 0.0, 0.5);
-  Device_SetRolloffFactor(1.0f);
 }
 
 TEST_F(Device, EarsNeedARunningEnabledSystem) {

@@ -1,3 +1,5 @@
+#include <climits>
+
 #include "buffer_fixture.h"
 #include "dsound/dsound_stats.h"
 
@@ -15,39 +17,24 @@ TEST(LevelLaws, TruncateTheOneProductAndTheLogarithm) {
 
 using Buffers = BufferTest;
 
-TEST_F(Buffers, ThePercentLawIsOneDecibelAPercent) {
-  SoundBuffer* buffer = Load(2.0);
+// The device's side of volume and frequency is heard in tests/platform; here, what reaches it.
+TEST_F(Buffers, PercentsReachTheDeviceAsHundredthsAndHertz) {
+  SoundBuffer* buffer = Load(0.1);
   ASSERT_NE(buffer, nullptr);
-  SoundBuffer_Command(buffer, BUFFER_CMD_PLAY);
-  double full = Listen(200).Rms(0.05);
-  SoundBuffer_SetVolumePercent(buffer, 94);
-  double lower = Listen(200).Rms(0.05);
-  EXPECT_NEAR(Decibels(lower, full), -6.0, 0.5);
-  SoundBuffer_SetVolumePercent(buffer, 101);  // +100: refused, the level stays
-  EXPECT_NEAR(Decibels(Listen(200).Rms(0.05), full), -6.0, 0.5);
-  SoundBuffer_SetVolumePercent(buffer, 0);
-  EXPECT_EQ(Listen(200).Rms(0.05), 0.0);
-  SoundBuffer_SetVolumeRaw(buffer, -600);
-  EXPECT_NEAR(Decibels(Listen(200).Rms(0.05), full), -6.0, 0.5);
-}
-
-TEST_F(Buffers, FrequencyPercentMovesTheEnd) {
-  SoundBuffer* buffer = Load(0.4);
-  ASSERT_NE(buffer, nullptr);
-  SoundBuffer_Command(buffer, BUFFER_CMD_PLAY);
-  double normal = Listen(600).LastSound();
-  SoundBuffer_SetFrequencyPercent(buffer, 200);
-  SoundBuffer_Command(buffer, BUFFER_CMD_PLAY);
-  double doubled = Listen(600).LastSound();
-  EXPECT_NEAR(normal, 0.4, 0.02);
-  EXPECT_NEAR(doubled, 0.2, 0.02);
-  EXPECT_FALSE(SoundBuffer_IsPlaying(buffer));
-  EXPECT_EQ(Cursor(buffer), 0u) << "a buffer that ends by itself stands at 0";
-
-  SoundBuffer_SetFrequencyPercent(buffer, -3);
+  LONG volume = 0;
   DWORD hertz = 0;
-  buffer->DirectBuffer->GetFrequency(&hertz);
-  EXPECT_EQ(hertz, 220u);
+  // One decibel a percent; out of range stays out of range, so the device keeps the last level.
+  for (auto [percent, hundredths] : {std::pair{94, -600}, {101, -600}, {INT_MIN, -600}, {INT_MAX, -600}, {0, -10000}}) {
+    SoundBuffer_SetVolumePercent(buffer, percent);
+    buffer->DirectBuffer->GetVolume(&volume);
+    EXPECT_EQ(volume, hundredths) << percent;
+  }
+  // Below 1 % counts as 1 %; 19478311 % of 22050 Hz is past 32 bits and must not wrap to 279 Hz.
+  for (auto [percent, hz] : {std::pair{200, 44100u}, {19478311, 44100u}, {-3, 220u}}) {
+    SoundBuffer_SetFrequencyPercent(buffer, percent);
+    buffer->DirectBuffer->GetFrequency(&hertz);
+    EXPECT_EQ(hertz, hz) << percent;
+  }
 }
 
 TEST_F(Buffers, CommandsContinueOrRestartWhereTheyShould) {
@@ -124,18 +111,15 @@ TEST_F(Buffers, DuplicatesShareSamplesButNotState) {
   buffer->Looped = 1;
   buffer->SavedCursor = 400;
   buffer->BaseFrequency = 12345;
-  SoundBuffer* copies[8];
-  for (SoundBuffer*& copy : copies) {
-    copy = Keep(SoundBuffer_Duplicate(buffer));
-    ASSERT_NE(copy, nullptr);
-  }
+  SoundBuffer* copy = Keep(SoundBuffer_Duplicate(buffer));
+  ASSERT_NE(copy, nullptr);
   EXPECT_EQ(kxDSound_SampleBytes(), samples);
-  EXPECT_EQ(SoundsCreated(), created + 8);
-  EXPECT_EQ(copies[0]->Looped, 0);
-  EXPECT_EQ(copies[0]->SavedCursor, 0u);
-  EXPECT_EQ(copies[0]->BaseFrequency, 12345u);
-  EXPECT_NE(copies[0]->Buffer3D, nullptr);
-  EXPECT_EQ(SoundBuffer_Is3DEnabled(copies[0]), 0);
+  EXPECT_EQ(SoundsCreated(), created + 1);
+  EXPECT_EQ(copy->Looped, 0);
+  EXPECT_EQ(copy->SavedCursor, 0u);
+  EXPECT_EQ(copy->BaseFrequency, 12345u);
+  EXPECT_NE(copy->Buffer3D, nullptr);
+  EXPECT_EQ(SoundBuffer_Is3DEnabled(copy), 0);
   EXPECT_EQ(SoundBuffer_Duplicate(nullptr), nullptr);
 }
 
@@ -151,17 +135,12 @@ TEST_F(Buffers, LoadingTakesPcmAsItIsAndCountsEveryAttempt) {
   EXPECT_EQ(SoundBuffer_Is3DEnabled(spatial), 0);
   EXPECT_EQ(Load(0.1, 1, 2), nullptr) << "the device takes no stereo 3D buffer";
 
-  WaveSpec adpcm;
-  adpcm.FormatTag = 2;
-  adpcm.CbSize = 0;
-  adpcm.Data.assign(512, 0);
-  EXPECT_EQ(SoundBuffer_LoadFile(WriteWave(root, "adpcm.wav", adpcm).c_str(), 0), nullptr);
   EXPECT_EQ(SoundBuffer_LoadFile((root.path() + "missing.wav").c_str(), 0), nullptr);
   WaveSpec cut;
   cut.Data.assign(1000, 1);
   cut.DataSize = 5000;
   EXPECT_EQ(SoundBuffer_LoadFile(WriteWave(root, "cut.wav", cut).c_str(), 0), nullptr);
-  EXPECT_EQ(SoundsCreated(), created + 6);
+  EXPECT_EQ(SoundsCreated(), created + 5);
 }
 
 TEST_F(Buffers, APlainBufferIgnoresThe3DCalls) {

@@ -33,14 +33,6 @@ Kinds Sent() {
   return kinds;
 }
 
-// Dominant frequency of a window, from the zero crossings of the left channel.
-double Hz(const Capture& c, double from, double to) {
-  size_t begin = static_cast<size_t>(from * c.Rate), end = std::min(c.Left.size(), size_t(to * c.Rate));
-  int crossings = 0;
-  for (size_t i = begin + 1; i < end; ++i) crossings += (c.Left[i - 1] < 0) != (c.Left[i] < 0);
-  return crossings / (2.0 * (to - from));
-}
-
 std::string State(void* stream) {
   char text[16];
   return qorSound_GetStreamState(stream, text) == S_OK ? text : "dead";
@@ -113,17 +105,12 @@ protected:
     return stream;
   }
   // Renders in steps of 10 ms with a frame update after each, as a game would.
-  Capture Run(uint32_t ms) {
-    Capture all;
-    for (uint32_t done = 0; done < ms; done += 10) {
-      Capture part = Listen(10);
-      all.Rate = part.Rate;
-      all.Left.insert(all.Left.end(), part.Left.begin(), part.Left.end());
-      clockNow = static_cast<double>(all.Left.size()) / all.Rate;
-      all.Right.insert(all.Right.end(), part.Right.begin(), part.Right.end());
+  static Capture Run(uint32_t ms) {
+    clockNow = 0;
+    return ListenFrames(ms, [] {
+      clockNow += 0.01;
       qorSound_Update();
-    }
-    return all;
+    });
   }
 };
 
@@ -180,14 +167,14 @@ TEST_F(Streams, ALoopedCrossedSoundHandsOverFromFileToFile) {
 
   Capture heard = Run(640);
   ASSERT_EQ(Sent(), (Kinds{6, 6, 6, 6})) << "four ends of 150 ms files";
-  std::vector<double> tones{Hz(heard, 0.02, 0.12)};
+  std::vector<double> tones{heard.Hz(0.02, 0.12)};
   void* previous = first;
   double started = 0;
   for (const Event& e : events) {
     EXPECT_EQ(e.First, previous);
     EXPECT_EQ(e.Held, e.Second) << "the caller's variable holds the new stream when told";
     EXPECT_NEAR(e.Time - started, 0.155, 0.006) << "taken over in the first update after the end";
-    tones.push_back(Hz(heard, e.Time + 0.02, e.Time + 0.12));
+    tones.push_back(heard.Hz(e.Time + 0.02, e.Time + 0.12));
     previous = e.Second;
     started = e.Time;
   }
@@ -500,9 +487,9 @@ TEST_F(Streams, ARedirectedNamePlaysItsTarget) {
   EXPECT_EQ(high->LoggedIn, 1) << "the target is ready to play";
   EXPECT_EQ(qorSound_RedirectSound("high", "low"), E_FAIL) << "a cycle";
   ASSERT_TRUE(Play("low"));
-  EXPECT_NEAR(Hz(Run(150), 0.01, 0.09), 1200, 30);
+  EXPECT_NEAR(Run(150).Hz(0.01, 0.09), 1200, 30);
   ASSERT_EQ(qorSound_PlaySound(lowHandle, nullptr, -1), S_OK);
-  EXPECT_NEAR(Hz(Run(150), 0.01, 0.09), 300, 30) << "a handle plays its own entry";
+  EXPECT_NEAR(Run(150).Hz(0.01, 0.09), 300, 30) << "a handle plays its own entry";
   for (const char* clear : {"low", static_cast<const char*>(nullptr)}) {
     ASSERT_TRUE(qorSound_RedirectSound("low", "high") == S_OK && qorSound_RedirectSound("low", clear) == S_OK);
     EXPECT_EQ(Entry("low")->Redirect, nullptr);

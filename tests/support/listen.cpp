@@ -43,6 +43,13 @@ double Capture::LastSound(double threshold) const {
   return 0;
 }
 
+double Capture::Hz(double from, double to) const {
+  size_t begin = static_cast<size_t>(from * Rate), end = std::min(Left.size(), static_cast<size_t>(to * Rate));
+  int crossings = 0;
+  for (size_t i = begin + 1; i < end; ++i) crossings += (Left[i - 1] < 0) != (Left[i] < 0);
+  return crossings / (2.0 * (to - from));
+}
+
 Capture ListenFrames(uint32_t milliseconds, void (*frame)(), int device, uint32_t step) {
   Capture capture;
   capture.Rate = kxHost_CaptureRate(device);

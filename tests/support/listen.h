@@ -14,6 +14,8 @@ struct Capture {
   double Rms(double from = 0, double to = 1e9) const;  // both channels
   // Seconds from the start to the last frame louder than threshold; 0 when all is quieter.
   double LastSound(double threshold = 1e-4) const;
+  // Dominant frequency over [from, to) seconds, from the zero crossings of the left channel.
+  double Hz(double from, double to) const;
 };
 
 // Advances the manual clock by milliseconds in steps and collects what device 0

@@ -141,11 +141,3 @@ TEST_F(WaveReaderTest, RefusesWhatIsNotAWave) {
   WaveReader missing;
   EXPECT_EQ(missing.Open(dir.file("none.wav").c_str()), E_FAIL);
 }
-
-TEST_F(WaveReaderTest, PathGoesToTheCaseInsensitiveFileLayer) {
-  WaveSpec spec = ToneSpec();
-  WriteWave(dir, "Sounds/Door.WAV", spec);
-  WaveReader reader;
-  ASSERT_EQ(reader.Open((dir.path() + "SOUNDS\\door.wav").c_str()), S_OK);
-  EXPECT_EQ(ReadRest(reader), spec.Data);
-}
