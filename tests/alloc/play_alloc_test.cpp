@@ -130,9 +130,9 @@ protected:
     ASSERT_EQ(qorSound_FindSound("step", &step), S_OK);
   }
   void AddSound(const char* name, const char* file, int is3D, int streams) {
-    WaveSpec spec;
-    spec.Data = Tone(440, 0.2, 22050, 1, 16, 0.5);
-    WriteWave(root, std::string("sounds/") + file, spec);
+    WaveShape shape;
+    shape.Data = Tone(440, 0.2, 22050, 1, 16, 0.5);
+    WriteWave(root, std::string("sounds/") + file, shape);
     Create(name);
     char path[64] = "sounds\\";
     std::strcat(path, file);

@@ -23,11 +23,11 @@ protected:
   }
   void Sound(const char* name, double seconds) {
     Create(name);
-    WaveSpec spec;
-    spec.Data = Tone(330, seconds, 22050, 1, 16, 0.5);
+    WaveShape shape;
+    shape.Data = Tone(330, seconds, 22050, 1, 16, 0.5);
     char path[64];
     std::snprintf(path, sizeof path, "%s.wav", name);
-    WriteWave(root, path, spec);
+    WriteWave(root, path, shape);
     qorSound_AddFile(name, path);
   }
   static AmbientEntry* Find(const char* name) {

@@ -28,9 +28,9 @@ protected:
     kxHost_SetPrintSink(Capture);
     Printed.clear();
     Create("door");
-    WaveSpec spec;
-    spec.Data = Tone(440, 0.2, 22050, 1, 16, 0.5);
-    WriteWave(root, "door.wav", spec);
+    WaveShape shape;
+    shape.Data = Tone(440, 0.2, 22050, 1, 16, 0.5);
+    WriteWave(root, "door.wav", shape);
     char path[64] = "door.wav";
     qorSound_AddFile("door", path);
   }

@@ -246,7 +246,7 @@ TEST_F(GAudioTest, RefusesWhatIsNotAnMp3AndMalformedRequests) {
   uint32_t x = 12345;
   for (uint8_t& b : noise) b = static_cast<uint8_t>((x = x * 1103515245u + 12345u) >> 24);
   dir_.write("noise.mp3", noise);
-  WaveSpec pcm;
+  WaveShape pcm;
   pcm.SampleRate = 44100;
   pcm.Data = ::Tone(440, 0.5, 44100, 1, 16, 0.5);
   WriteWave(dir_, "tone.wav", pcm);

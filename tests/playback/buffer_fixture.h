@@ -16,12 +16,12 @@ protected:
   // A sine file of the given shape; the buffer is released at the end of the test.
   SoundBuffer* Load(double seconds, int is3D = 0, int channels = 1, uint32_t rate = 22050, uint16_t bits = 16,
                     double hz = 440) {
-    WaveSpec spec;
-    spec.Channels = static_cast<uint16_t>(channels);
-    spec.SampleRate = rate;
-    spec.Bits = bits;
-    spec.Data = Tone(hz, seconds, static_cast<int>(rate), channels, bits, 0.5);
-    std::string path = WriteWave(root, "tone" + std::to_string(made.size()) + ".wav", spec);
+    WaveShape shape;
+    shape.Channels = static_cast<uint16_t>(channels);
+    shape.SampleRate = rate;
+    shape.Bits = bits;
+    shape.Data = Tone(hz, seconds, static_cast<int>(rate), channels, bits, 0.5);
+    std::string path = WriteWave(root, "tone" + std::to_string(made.size()) + ".wav", shape);
     return Keep(SoundBuffer_LoadFile(path.c_str(), is3D));
   }
   SoundBuffer* Keep(SoundBuffer* buffer) {

@@ -86,12 +86,12 @@ TEST_F(Buffers, CommandsContinueOrRestartWhereTheyShould) {
 }
 
 TEST_F(Buffers, LengthsAndProgressInWholeUnits) {
-  WaveSpec spec;
-  spec.Channels = 2;
-  spec.SampleRate = 22050;
+  WaveShape shape;
+  shape.Channels = 2;
+  shape.SampleRate = 22050;
   for (auto [bytes, ms] : {std::pair{88200u, 1000u}, {100u, 1u}, {80u, 0u}}) {
-    spec.Data.assign(bytes, 0);
-    SoundBuffer* buffer = Keep(SoundBuffer_LoadFile(WriteWave(root, "s.wav", spec).c_str(), 0));
+    shape.Data.assign(bytes, 0);
+    SoundBuffer* buffer = Keep(SoundBuffer_LoadFile(WriteWave(root, "s.wav", shape).c_str(), 0));
     ASSERT_NE(buffer, nullptr);
     EXPECT_EQ(SoundBuffer_GetDurationMs(buffer), ms) << bytes;
   }
@@ -136,7 +136,7 @@ TEST_F(Buffers, LoadingTakesPcmAsItIsAndCountsEveryAttempt) {
   EXPECT_EQ(Load(0.1, 1, 2), nullptr) << "the device takes no stereo 3D buffer";
 
   EXPECT_EQ(SoundBuffer_LoadFile((root.path() + "missing.wav").c_str(), 0), nullptr);
-  WaveSpec cut;
+  WaveShape cut;
   cut.Data.assign(1000, 1);
   cut.DataSize = 5000;
   EXPECT_EQ(SoundBuffer_LoadFile(WriteWave(root, "cut.wav", cut).c_str(), 0), nullptr);

@@ -80,9 +80,9 @@ protected:
   }
 
   std::string ToneFile(const std::string& file, double hz, double seconds) {
-    WaveSpec spec;
-    spec.Data = Tone(hz, seconds, 22050, 1, 16, 0.5);
-    return WriteWave(root, file, spec);
+    WaveShape shape;
+    shape.Data = Tone(hz, seconds, 22050, 1, 16, 0.5);
+    return WriteWave(root, file, shape);
   }
   // A sound with one tone file per frequency, named after the sound: "name0.wav"...
   SoundEntry* Sound(const char* name, std::initializer_list<double> tones, double seconds = 1.0, int streams = 1,

@@ -16,7 +16,7 @@ bool HaveLame() {
 
 std::string MakeMp3(TempDir& dir, const std::string& relativePath, double hz, double seconds, int rate) {
   if (!HaveLame()) return "";
-  WaveSpec source;
+  WaveShape source;
   source.Channels = 1;
   source.SampleRate = static_cast<uint32_t>(rate);
   source.Data = Tone(hz, seconds, rate, 1, 16, 0.5);

@@ -24,25 +24,25 @@ void PutChunk(std::vector<uint8_t>& out, const std::string& id, const std::vecto
 
 }  // namespace
 
-std::vector<uint8_t> MakeWave(const WaveSpec& spec) {
+std::vector<uint8_t> MakeWave(const WaveShape& shape) {
   std::vector<uint8_t> format;
-  const uint32_t blockAlign = spec.Channels * spec.Bits / 8u;
-  Put16(format, spec.FormatTag);
-  Put16(format, spec.Channels);
-  Put32(format, spec.SampleRate);
-  Put32(format, spec.SampleRate * blockAlign);
+  const uint32_t blockAlign = shape.Channels * shape.Bits / 8u;
+  Put16(format, shape.FormatTag);
+  Put16(format, shape.Channels);
+  Put32(format, shape.SampleRate);
+  Put32(format, shape.SampleRate * blockAlign);
   Put16(format, blockAlign);
-  Put16(format, spec.Bits);
-  if (spec.CbSize) Put16(format, *spec.CbSize);
-  format.insert(format.end(), spec.FormatExtra.begin(), spec.FormatExtra.end());
+  Put16(format, shape.Bits);
+  if (shape.CbSize) Put16(format, *shape.CbSize);
+  format.insert(format.end(), shape.FormatExtra.begin(), shape.FormatExtra.end());
 
   std::vector<uint8_t> first, second;
-  if (spec.WithFormat) PutChunk(spec.DataFirst ? second : first, "fmt ", format, spec.FormatSize);
-  if (spec.WithData) PutChunk(spec.DataFirst ? first : second, "data", spec.Data, spec.DataSize);
+  if (shape.WithFormat) PutChunk(shape.DataFirst ? second : first, "fmt ", format, shape.FormatSize);
+  if (shape.WithData) PutChunk(shape.DataFirst ? first : second, "data", shape.Data, shape.DataSize);
 
   std::vector<uint8_t> body = {'W', 'A', 'V', 'E'};
   body.insert(body.end(), first.begin(), first.end());
-  for (const WaveChunk& chunk : spec.ExtraChunks) PutChunk(body, chunk.Id, chunk.Body);
+  for (const WaveChunk& chunk : shape.ExtraChunks) PutChunk(body, chunk.Id, chunk.Body);
   body.insert(body.end(), second.begin(), second.end());
 
   std::vector<uint8_t> file;
@@ -68,7 +68,7 @@ std::vector<uint8_t> Tone(double hz, double seconds, int rate, int channels, int
   return out;
 }
 
-std::string WriteWave(TempDir& dir, const std::string& relativePath, const WaveSpec& spec) {
-  dir.write(relativePath, MakeWave(spec));
+std::string WriteWave(TempDir& dir, const std::string& relativePath, const WaveShape& shape) {
+  dir.write(relativePath, MakeWave(shape));
   return dir.file(relativePath);
 }

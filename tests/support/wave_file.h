@@ -13,7 +13,7 @@ struct WaveChunk {
   std::vector<uint8_t> Body;
 };
 
-struct WaveSpec {
+struct WaveShape {
   uint16_t FormatTag = 1;
   uint16_t Channels = 1;
   uint32_t SampleRate = 22050;
@@ -32,11 +32,11 @@ struct WaveSpec {
   std::vector<uint8_t> Data;
 };
 
-std::vector<uint8_t> MakeWave(const WaveSpec& spec);
+std::vector<uint8_t> MakeWave(const WaveShape& shape);
 
 // A sine as PCM sample bytes: 16-bit signed little-endian or 8-bit unsigned, the same
 // value in every channel of a frame.
 std::vector<uint8_t> Tone(double hz, double seconds, int rate, int channels, int bits, double amplitude);
 
-// Writes MakeWave(spec) to dir/relativePath and returns the full path.
-std::string WriteWave(TempDir& dir, const std::string& relativePath, const WaveSpec& spec);
+// Writes MakeWave(shape) to dir/relativePath and returns the full path.
+std::string WriteWave(TempDir& dir, const std::string& relativePath, const WaveShape& shape);

@@ -105,9 +105,9 @@ std::vector<std::string> Lines(const std::string& text) {
 
 void MakeTestCatalogue(TempDir& root) {
   auto tone = [&](const char* file, double hz, double seconds) {
-    WaveSpec spec;
-    spec.Data = Tone(hz, seconds, 22050, 1, 16, 0.5);
-    WriteWave(root, file, spec);
+    WaveShape shape;
+    shape.Data = Tone(hz, seconds, 22050, 1, 16, 0.5);
+    WriteWave(root, file, shape);
   };
   tone("sounds/beep.wav", 440, 0.3);
   tone("sounds/hum0.wav", 220, 0.4);

@@ -10,13 +10,13 @@ struct Info {
   bool Untouched() const { return Tag == 77 && Channels == 77 && Bits == 77 && Rate == 77 && Bytes == 77; }
 };
 
-WaveSpec Stereo8() {
-  WaveSpec spec;
-  spec.Channels = 2;
-  spec.Bits = 8;
-  spec.SampleRate = 44100;
-  spec.Data = Tone(1000.0, 0.05, 44100, 2, 8, 0.8);
-  return spec;
+WaveShape Stereo8() {
+  WaveShape shape;
+  shape.Channels = 2;
+  shape.Bits = 8;
+  shape.SampleRate = 44100;
+  shape.Data = Tone(1000.0, 0.05, 44100, 2, 8, 0.8);
+  return shape;
 }
 
 }  // namespace
@@ -25,7 +25,7 @@ using FileInfoTest = ModuleTest;
 
 TEST_F(FileInfoTest, ReportsFormatAndDataBytesOrWritesNothing) {
   Info info;
-  WaveSpec noData = Stereo8();
+  WaveShape noData = Stereo8();
   noData.WithData = false;
   EXPECT_EQ(info.Get(WriteWave(root, "nodata.wav", noData)), E_FAIL);
   const std::string good = WriteWave(root, "a.wav", Stereo8());

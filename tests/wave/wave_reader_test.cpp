@@ -9,12 +9,12 @@
 
 namespace {
 
-WaveSpec ToneSpec() {
-  WaveSpec spec;
-  spec.Channels = 2;
-  spec.SampleRate = 11025;
-  spec.Data = Tone(440.0, 0.1, 11025, 2, 16, 0.5);
-  return spec;
+WaveShape ToneSpec() {
+  WaveShape shape;
+  shape.Channels = 2;
+  shape.SampleRate = 11025;
+  shape.Data = Tone(440.0, 0.1, 11025, 2, 16, 0.5);
+  return shape;
 }
 
 std::vector<uint8_t> ReadRest(WaveReader& reader) {
@@ -37,10 +37,10 @@ protected:
 }  // namespace
 
 TEST_F(WaveReaderTest, ReadsInPiecesAndResetStartsOver) {
-  WaveSpec spec = ToneSpec();
+  WaveShape shape = ToneSpec();
   WaveReader reader;
-  ASSERT_EQ(Open(reader, MakeWave(spec)), S_OK);
-  const uint32_t total = static_cast<uint32_t>(spec.Data.size());
+  ASSERT_EQ(Open(reader, MakeWave(shape)), S_OK);
+  const uint32_t total = static_cast<uint32_t>(shape.Data.size());
   std::vector<uint8_t> got(total + 100);
   uint32_t actual = 0;
   ASSERT_EQ(reader.Read(1001, got.data(), &actual), S_OK);
@@ -48,49 +48,49 @@ TEST_F(WaveReaderTest, ReadsInPiecesAndResetStartsOver) {
   ASSERT_EQ(reader.Read(total, got.data() + 1001, &actual), S_OK);  // more than is left
   EXPECT_EQ(actual, total - 1001);
   got.resize(total);
-  EXPECT_EQ(got, spec.Data);
+  EXPECT_EQ(got, shape.Data);
   EXPECT_EQ(reader.Read(10, got.data(), &actual), S_OK);
   EXPECT_EQ(actual, 0u);
 
   ASSERT_EQ(reader.Reset(), S_OK);
   EXPECT_EQ(reader.DataChunk.cksize, total);
-  EXPECT_EQ(ReadRest(reader), spec.Data);
+  EXPECT_EQ(ReadRest(reader), shape.Data);
 }
 
 TEST_F(WaveReaderTest, ChunkLayoutsAndFormatRecords) {
   struct Case {
-    WaveSpec Spec;
+    WaveShape Shape;
     std::string Extra;  // expected behind cbSize
   };
   std::vector<Case> cases(5, {ToneSpec(), ""});
-  cases[0].Spec.DataFirst = true;
-  cases[0].Spec.ExtraChunks = {{"junk", {1, 2, 3}}, {"LIST", {'I', 'N', 'F', 'O'}}};
-  cases[1].Spec.CbSize = 0x1234;  // an 18-byte PCM chunk's own count is ignored
-  cases[2].Spec.FormatTag = 2;
-  cases[2].Spec.CbSize = 4;
-  cases[2].Spec.FormatExtra = {'a', 'b', 'c', 'd'};
+  cases[0].Shape.DataFirst = true;
+  cases[0].Shape.ExtraChunks = {{"junk", {1, 2, 3}}, {"LIST", {'I', 'N', 'F', 'O'}}};
+  cases[1].Shape.CbSize = 0x1234;  // an 18-byte PCM chunk's own count is ignored
+  cases[2].Shape.FormatTag = 2;
+  cases[2].Shape.CbSize = 4;
+  cases[2].Shape.FormatExtra = {'a', 'b', 'c', 'd'};
   cases[2].Extra = "abcd";
   // A 16-byte non-PCM chunk reads on into the next chunk's id, count and extra bytes alike.
-  cases[3].Spec.FormatTag = 0x55;
-  cases[3].Spec.ExtraChunks = {{std::string("\x02\x00zy", 4), {0xAB}}};
+  cases[3].Shape.FormatTag = 0x55;
+  cases[3].Shape.ExtraChunks = {{std::string("\x02\x00zy", 4), {0xAB}}};
   cases[3].Extra = "zy";
-  cases[4].Spec.Data.clear();
+  cases[4].Shape.Data.clear();
   for (const Case& c : cases) {
     WaveReader reader;
-    ASSERT_EQ(Open(reader, MakeWave(c.Spec)), S_OK);
+    ASSERT_EQ(Open(reader, MakeWave(c.Shape)), S_OK);
     EXPECT_EQ(reader.Format->nSamplesPerSec, 11025u);
     ASSERT_EQ(reader.Format->cbSize, c.Extra.size());
     EXPECT_EQ(std::memcmp(reader.Format + 1, c.Extra.data(), c.Extra.size()), 0);
-    EXPECT_EQ(ReadRest(reader), c.Spec.Data);
+    EXPECT_EQ(ReadRest(reader), c.Shape.Data);
   }
 }
 
 TEST_F(WaveReaderTest, DataClaimingMoreThanTheFileOpensButCannotBeRead) {
-  WaveSpec spec = ToneSpec();
-  spec.Data.resize(10);
-  spec.DataSize = 0xFFFFFFFFu;
+  WaveShape shape = ToneSpec();
+  shape.Data.resize(10);
+  shape.DataSize = 0xFFFFFFFFu;
   WaveReader reader;
-  ASSERT_EQ(Open(reader, MakeWave(spec)), S_OK);
+  ASSERT_EQ(Open(reader, MakeWave(shape)), S_OK);
   std::vector<uint8_t> out(64);
   uint32_t actual = 1;
   EXPECT_EQ(reader.Read(10, out.data(), &actual), S_OK);
@@ -103,9 +103,9 @@ TEST_F(WaveReaderTest, DataClaimingMoreThanTheFileOpensButCannotBeRead) {
 
 TEST_F(WaveReaderTest, RefusesWhatIsNotAWave) {
   auto variant = [](auto change) {
-    WaveSpec spec = ToneSpec();
-    change(spec);
-    return MakeWave(spec);
+    WaveShape shape = ToneSpec();
+    change(shape);
+    return MakeWave(shape);
   };
   auto patched = [](std::vector<uint8_t> bytes, size_t at, const char* four) {
     std::memcpy(&bytes[at], four, 4);
@@ -117,19 +117,19 @@ TEST_F(WaveReaderTest, RefusesWhatIsNotAWave) {
       {'R', 'I', 'F', 'F', 4, 0, 0, 0, 'W', 'A'},
       patched(good, 0, "RIFX"),
       patched(good, 8, "AVI "),
-      variant([](WaveSpec& s) { s.WithFormat = false; }),
-      variant([](WaveSpec& s) { s.WithData = false; }),
-      patched(variant([](WaveSpec& s) { s.WithData = false; }), 4, "\xFF\xFF\xFF\xFF"),
+      variant([](WaveShape& s) { s.WithFormat = false; }),
+      variant([](WaveShape& s) { s.WithData = false; }),
+      patched(variant([](WaveShape& s) { s.WithData = false; }), 4, "\xFF\xFF\xFF\xFF"),
       patched(good, 4, "\x1C\0\0\0"),  // the data chunk lies behind the RIFF chunk's end
-      variant([](WaveSpec& s) {
+      variant([](WaveShape& s) {
         s.DataFirst = true;
         s.FormatSize = 14;
       }),
-      variant([](WaveSpec& s) {
+      variant([](WaveShape& s) {
         s.FormatTag = 2;
         s.CbSize = 60000;  // more extra bytes than the file holds
       }),
-      variant([](WaveSpec& s) {
+      variant([](WaveShape& s) {
         s.DataFirst = true;
         s.FormatSize = 0xFFFFFFFFu;  // no way out of the format chunk
       }),
