@@ -10,19 +10,11 @@
 #include <vector>
 
 #include "core/state.h"
-#include "kxHost.h"
-#include "kxSound.h"
+#include "fuzz_module.h"
 
 namespace {
 
 std::string Root;
-
-void WriteFile(const std::string& path, const uint8_t* data, size_t size) {
-  FILE* f = std::fopen(path.c_str(), "wb");
-  if (!f) std::abort();
-  if (size && std::fwrite(data, 1, size, f) != size) std::abort();
-  std::fclose(f);
-}
 
 std::vector<uint8_t> ReadFile(const std::string& path) {
   std::vector<uint8_t> bytes;
@@ -38,12 +30,7 @@ std::vector<uint8_t> ReadFile(const std::string& path) {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  char pattern[] = "/tmp/kxfuzz-base-XXXXXX";
-  if (!mkdtemp(pattern)) std::abort();
-  Root = std::string(pattern) + "/";
-  kxHost_SetRootFolder(Root.c_str());
-  kxHost_SetAudioOutput("offline");
-  qorSound_Initialize(nullptr, 1);
+  Root = StartModuleInTempRoot("base");
   return 0;
 }
 
@@ -60,7 +47,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   } else {
     file.assign(data, data + size);
   }
-  WriteFile(path, file.data(), file.size());
+  WriteBytes(path, file.data(), file.size());
   ToolMode = file.size() % 2;
 
   qorSound_LoadBase();

@@ -10,8 +10,7 @@
 #include <vector>
 
 #include "base/named_node.h"
-#include "kxHost.h"
-#include "kxSound.h"
+#include "fuzz_module.h"
 #include "music/playlist_text.h"
 
 namespace {
@@ -21,12 +20,7 @@ std::string Root;
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  char pattern[] = "/tmp/kxfuzz-list-XXXXXX";
-  if (!mkdtemp(pattern)) std::abort();
-  Root = std::string(pattern) + "/";
-  kxHost_SetRootFolder(Root.c_str());
-  kxHost_SetAudioOutput("offline");
-  qorSound_Initialize(nullptr, 1);
+  Root = StartModuleInTempRoot("list");
   return 0;
 }
 
@@ -47,10 +41,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   }
   delete list;
 
-  FILE* f = std::fopen((Root + "list.m3u").c_str(), "wb");
-  if (!f) std::abort();
-  std::fwrite(text.data(), 1, text.size(), f);
-  std::fclose(f);
+  WriteBytes(Root + "list.m3u", text.data(), text.size());
   qorSound_LoadMP3List("list", static_cast<int>(size & 1));
   qorSound_GoMP3Index(static_cast<int>(size % 7) - 3, 0);
   qorSound_RandomizeMP3List(1);
