@@ -100,13 +100,30 @@ void qorSound_Update() {
     for (SoundEntry* entry = SoundList; entry; entry = entry->NextEntry()) entry->ResetStatistics();
   }
   StreamsTotal = 0;
+  // A step may unlink its stream, move a neighbour to the tail (a hand-over reuses a
+  // one-shot) or, through a callback, free one. The walk goes on behind the place the
+  // stream held, and the mark keeps it from visiting a moved stream twice.
+  static uint32_t walk = 0;
+  ++walk;
   for (SoundStream* stream = ActiveStreamsHead; stream;) {
-    SoundStream* next = stream->ActiveNext;
+    if (stream->UpdateWalk == walk) {
+      stream = stream->ActiveNext;
+      continue;
+    }
+    stream->UpdateWalk = walk;
+    SoundStream* prev = stream->ActivePrev;
+    const bool wasTail = stream->ActiveNext == nullptr;
     stream->Owner->UpdateStream(stream);
     StreamsTotal++;
-    // A callback may have destroyed or freed the next stream; the walk ends there.
-    if (next && (!LiveStream(next) || next->State == STREAM_FREE)) break;
-    stream = next;
+    auto linked = [](SoundStream* s) { return LiveStream(s) && s->State != STREAM_FREE; };
+    if (linked(stream) && (stream->ActiveNext || wasTail)) {
+      stream = stream->ActiveNext;
+    } else if (prev && linked(prev)) {
+      stream = prev->ActiveNext;
+    } else {
+      // From the head again: the marks pass over what this walk has done.
+      stream = ActiveStreamsHead;
+    }
   }
   if (FilePreviewBuffer) {
     if (SoundBuffer_IsPlaying(FilePreviewBuffer)) {

@@ -60,6 +60,8 @@ public:
   SoundStream* ActivePrev = nullptr;
   int32_t Paused3D = 0;
   float LastPosition[3] = {0.0f, 0.0f, 0.0f};
+  // The frame update's walk that last visited the stream.
+  uint32_t UpdateWalk = 0;
 };
 
 // The streams in use, in the order of their acquisition.

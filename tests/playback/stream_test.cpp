@@ -184,6 +184,36 @@ TEST_F(Streams, ALoopedCrossedSoundHandsOverFromFileToFile) {
   EXPECT_EQ(State(events[0].First), "[free]");
 }
 
+TEST_F(Streams, AHandOverThatCutsTheNextOneShotSkipsNoStream) {
+  // A crossed sound whose hand-over cuts off its own one-shot, which stands next in the
+  // list; behind it a one-shot of another sound ends in the same frame.
+  Create("x");
+  ToneFile("x0.wav", 330, 0.1);
+  ToneFile("x1.wav", 550, 1.0);
+  for (const char* file : {"x0.wav", "x1.wav"}) {
+    char path[64];
+    std::snprintf(path, sizeof path, "%s", file);
+    qorSound_AddFile("x", path);
+  }
+  qorSound_SetLooped("x", 1);
+  qorSound_SetCrossed("x", 1);
+  Sound("y", {880}, 0.1);
+  for (uint32_t draw : {0u, 20000u, 20000u}) kxHost_QueueRandom(draw);  // files 0, then 1, then 1
+  void* held = nullptr;
+  Held("x", &held);
+  ASSERT_TRUE(Play("x"));
+  ASSERT_TRUE(Play("y"));
+  void* y = events.back().First;
+  events.clear();
+  // The frame in which both 0.1 s sounds have ended hands over and releases y at once.
+  Listen(110);
+  qorSound_Update();
+  Kinds kinds = Sent();
+  ASSERT_EQ(std::count(kinds.begin(), kinds.end(), 6), 1);
+  EXPECT_TRUE(std::any_of(events.begin(), events.end(), [&](const Event& e) { return e.Kind == 2 && e.First == y; }))
+      << "y's end must not wait for the next frame";
+}
+
 TEST_F(Streams, AHandOverWithNowhereToGoRestartsTheSameStream) {
   // Random order with one file, looped only after the login: there is no other file to draw.
   Sound("solo", {440}, 0.1);
