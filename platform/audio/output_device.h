@@ -23,7 +23,7 @@ namespace kxaudio {
 
 constexpr int kEffectsOutput = 0;
 constexpr int kMusicOutput = 1;
-constexpr uint32_t kDefaultRate = 44100;
+constexpr uint32_t kDefaultRate = 48000;
 
 class KX_EXPORT OutputDevice {
 public:

@@ -1,6 +1,5 @@
 #include "dsound/buffer3d.h"
 
-#include "audio/output_device.h"
 #include "dsound/common.h"
 #include "dsound/device.h"
 #include "dsound/listener.h"
@@ -136,92 +135,47 @@ HRESULT Buffer3D::Changed(unsigned what, DWORD apply) {
     return DS_OK;
   }
   pending_ &= ~what;
-  kxaudio::ContextScope scope(device->Context());
   Apply(what);
+  owner_.UpdateMix();
   return DS_OK;
 }
 
 void Buffer3D::ApplyPending() {
   listed_ = false;
-  unsigned what = pending_;
+  Apply(pending_);
   pending_ = 0;
-  if (what) Apply(what);
-}
-
-void Buffer3D::ApplyAll() { Apply(kAll); }
-
-void Buffer3D::Unlist() {
-  if (listed_ && owner_.Owner()) owner_.Owner()->ForgetDirty(this);
-  listed_ = false;
 }
 
 void Buffer3D::Apply(unsigned what) {
-  const ALuint source = owner_.Source();
   if (what & kPosition) applied_.vPosition = set_.vPosition;
   if (what & kVelocity) applied_.vVelocity = set_.vVelocity;
   if (what & kDistances) {
     applied_.flMinDistance = set_.flMinDistance;
     applied_.flMaxDistance = set_.flMaxDistance;
-    alSourcef(source, AL_REFERENCE_DISTANCE, applied_.flMinDistance);
-    alSourcef(source, AL_MAX_DISTANCE, applied_.flMaxDistance);
   }
   if (what & kCone) {
     applied_.dwInsideConeAngle = set_.dwInsideConeAngle;
     applied_.dwOutsideConeAngle = set_.dwOutsideConeAngle;
     applied_.vConeOrientation = set_.vConeOrientation;
     applied_.lConeOutsideVolume = set_.lConeOutsideVolume;
-    alSourcef(source, AL_CONE_INNER_ANGLE, static_cast<ALfloat>(applied_.dwInsideConeAngle));
-    alSourcef(source, AL_CONE_OUTER_ANGLE, static_cast<ALfloat>(applied_.dwOutsideConeAngle));
-    alSourcef(source, AL_CONE_OUTER_GAIN, VolumeToGain(applied_.lConeOutsideVolume));
   }
-  if (what & kMode) {
-    applied_.dwMode = set_.dwMode;
-    alSourcei(source, AL_SOURCE_RELATIVE, applied_.dwMode == DS3DMODE_NORMAL ? AL_FALSE : AL_TRUE);
-    what |= kPosition | kVelocity | kCone;
-    ApplyRolloff();
-  }
-  // Without 3D processing the sound sits on the listener: centred, at full level, no doppler.
-  const bool disabled = applied_.dwMode == DS3DMODE_DISABLE;
-  static const D3DVECTOR kZero{0, 0, 0};
-  ALfloat v[3];
-  if (what & kPosition) {
-    ToAl(disabled ? kZero : applied_.vPosition, v);
-    alSourcefv(source, AL_POSITION, v);
-  }
-  if (what & kVelocity) {
-    ToAl(disabled ? kZero : applied_.vVelocity, v);
-    alSourcefv(source, AL_VELOCITY, v);
-  }
-  if (what & kCone) {
-    // A full cone is no cone: OpenAL then takes the source as omnidirectional.
-    bool cone = !disabled && applied_.dwInsideConeAngle < kFullCone;
-    ToAl(cone ? applied_.vConeOrientation : kZero, v);
-    alSourcefv(source, AL_DIRECTION, v);
-  }
-  if (what & (kPosition | kDistances | kMode)) UpdateMute();
+  if (what & kMode) applied_.dwMode = set_.dwMode;
 }
 
-void Buffer3D::ApplyRolloff() {
-  Device* device = owner_.Owner();
-  if (!device) return;
-  float rolloff = applied_.dwMode == DS3DMODE_DISABLE ? 0.0f : device->GetListener().Applied().rolloff;
-  alSourcef(owner_.Source(), AL_ROLLOFF_FACTOR, rolloff);
+void Buffer3D::CopySettings(const Buffer3D& other) {
+  set_ = other.set_;
+  applied_ = other.applied_;
 }
 
-// Distance is taken when settings are applied, from what OpenAL has been given.
-void Buffer3D::UpdateMute() {
+EarGains Buffer3D::Place() const {
   Device* device = owner_.Owner();
-  if (!device || !(owner_.Flags() & DSBCAPS_MUTE3DATMAXDISTANCE)) return;
-  bool muted = false;
-  if (applied_.dwMode != DS3DMODE_DISABLE) {
-    D3DVECTOR d = applied_.vPosition;
-    if (applied_.dwMode == DS3DMODE_NORMAL) {
-      const D3DVECTOR& ears = device->GetListener().Applied().position;
-      d = D3DVECTOR{d.x - ears.x, d.y - ears.y, d.z - ears.z};
-    }
-    muted = Length(d) > applied_.flMaxDistance;
-  }
-  owner_.SetMuted(muted);
+  if (!device) return EarGains{};
+  return Spatialize(applied_, device->GetListener().Applied(), (owner_.Flags() & DSBCAPS_MUTE3DATMAXDISTANCE) != 0);
+}
+
+void Buffer3D::Unlist() {
+  if (listed_ && owner_.Owner()) owner_.Owner()->ForgetDirty(this);
+  listed_ = false;
 }
 
 }  // namespace kxdsound

@@ -1,10 +1,11 @@
 // The 3D part of a secondary buffer. It shares the buffer's reference count, as a COM
 // interface of the same object does. Settings are kept as set (what Get* reports, deferred
-// ones included) and as applied to OpenAL; deferred ones wait for the listener's commit.
+// ones included) and as applied (what is heard); deferred ones wait for the listener's commit.
 #ifndef KX_PLATFORM_DSOUND_BUFFER3D_H
 #define KX_PLATFORM_DSOUND_BUFFER3D_H
 
 #include "dsound.h"
+#include "dsound/spatial.h"
 
 namespace kxdsound {
 
@@ -30,17 +31,15 @@ public:
   HRESULT SetPosition(float x, float y, float z, DWORD apply) override;
   HRESULT SetVelocity(float x, float y, float z, DWORD apply) override;
 
-  // Takes over another buffer's settings as set, to be applied with ApplyAll.
-  void CopySettings(const Buffer3D& other) { set_ = other.set_; }
-  // Applies the deferred settings; the device's context must be current.
+  // Takes over another buffer's settings, set and applied, as a duplicate does.
+  void CopySettings(const Buffer3D& other);
+  // Applies the deferred settings (the caller places the buffer anew).
   void ApplyPending();
-  // Gives every setting to the source (a new source).
-  void ApplyAll();
-  // The listener's rolloff or position changed.
-  void ApplyRolloff();
-  void UpdateMute();
+  // The ears' levels and doppler for the applied settings and the listener as applied.
+  EarGains Place() const;
   // The buffer is going: out of the device's list of buffers to commit.
   void Unlist();
+  SoundBuffer& Owner() const { return owner_; }
 
 private:
   enum : unsigned { kPosition = 1, kVelocity = 2, kDistances = 4, kCone = 8, kMode = 16, kAll = 31 };

@@ -6,6 +6,8 @@
 #include "dsound/buffer3d.h"
 #include "dsound/common.h"
 #include "dsound/listener.h"
+#include "dsound/mix_output.h"
+#include "dsound/mixer.h"
 #include "dsound/primary_buffer.h"
 #include "dsound/sound_buffer.h"
 
@@ -31,17 +33,21 @@ Device* Device::Open() {
   if (!output) return nullptr;
   Device* device = new (std::nothrow) Device(std::move(output));
   if (!device) return nullptr;
-  ContextScope scope(device->Context());
-  device->listener_->ApplyAll();
+  device->mixOutput_ = MixOutput::Start(*device->output_, *device->mixer_);
+  if (!device->mixOutput_) {
+    device->Release();
+    return nullptr;
+  }
   return device;
 }
 
+// The mix runs at the output's own rate, whatever format the primary buffer is given.
 Device::Device(std::unique_ptr<kxaudio::OutputDevice> output)
-    : output_(std::move(output)), listener_(new Listener(*this)) {}
+    : output_(std::move(output)), mixer_(new Mixer(output_->Rate())), listener_(new Listener(*this)) {}
 
 // Buffers the caller still holds stay valid objects, but without a device every call fails.
 Device::~Device() {
-  ContextScope scope(Context());
+  mixOutput_.reset();
   std::vector<SoundBuffer*> buffers;
   buffers.swap(buffers_);
   for (SoundBuffer* buffer : buffers) buffer->Orphan();
@@ -122,16 +128,6 @@ HRESULT Device::SetCooperativeLevel(HWND window, DWORD level) {
   return DS_OK;
 }
 
-bool Device::SetMixRate(uint32_t rate) {
-  if (!buffers_.empty()) return false;
-  bool done = output_->SetRate(rate);
-  // The context is new even when the rate was refused: give it the listener again.
-  ContextScope scope(Context());
-  listener_->ApplyAll();
-  if (primary_) primary_->ApplyVolume();
-  return done;
-}
-
 // A buffer is listed as dirty at most once, so room for every buffer, made while buffers are
 // created, keeps a deferred setting from allocating mid-game.
 void Device::Add(SoundBuffer* buffer) {
@@ -151,12 +147,22 @@ void Device::MarkDirty(Buffer3D* buffer) { dirty_.push_back(buffer); }
 void Device::ForgetDirty(Buffer3D* buffer) { dirty_.erase(std::remove(dirty_.begin(), dirty_.end(), buffer), dirty_.end()); }
 
 void Device::Commit() {
-  ContextScope scope(Context());
-  alDeferUpdatesSOFT();
-  listener_->ApplyPending();
-  for (Buffer3D* buffer : dirty_) buffer->ApplyPending();
+  const bool moved = listener_->ApplyPending();
+  std::lock_guard<std::mutex> hold(mixer_->Lock());
+  for (Buffer3D* buffer : dirty_) {
+    buffer->ApplyPending();
+    if (!moved) buffer->Owner().UpdateMixLocked();
+  }
   dirty_.clear();
-  alProcessUpdatesSOFT();
+  if (moved)
+    for (SoundBuffer* buffer : buffers_)
+      if (buffer->Part3D()) buffer->UpdateMixLocked();
+}
+
+void Device::Respatialize() {
+  std::lock_guard<std::mutex> hold(mixer_->Lock());
+  for (SoundBuffer* buffer : buffers_)
+    if (buffer->Part3D()) buffer->UpdateMixLocked();
 }
 
 }  // namespace kxdsound

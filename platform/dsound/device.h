@@ -1,5 +1,6 @@
-// The DirectSound device object: owns the effects output, the primary buffer and the listener,
-// and knows every secondary buffer it made so that its release can take them down.
+// The DirectSound device object: owns the effects output and the mixer that feeds it, the
+// primary buffer and the listener, and knows every secondary buffer it made so that its release
+// can take them down.
 #ifndef KX_PLATFORM_DSOUND_DEVICE_H
 #define KX_PLATFORM_DSOUND_DEVICE_H
 
@@ -13,6 +14,8 @@ namespace kxdsound {
 
 class Buffer3D;
 class Listener;
+class Mixer;
+class MixOutput;
 class PrimaryBuffer;
 class SoundBuffer;
 
@@ -31,8 +34,7 @@ public:
   ALCcontext* Context() const { return output_->Context(); }
   DWORD CooperativeLevel() const { return level_; }
   Listener& GetListener() { return *listener_; }
-  // The mixing rate follows the primary format while no secondary buffer exists; false otherwise.
-  bool SetMixRate(uint32_t rate);
+  Mixer& GetMixer() { return *mixer_; }
 
   // Bookkeeping of the secondary buffers and their 3D parts.
   void Add(SoundBuffer* buffer);
@@ -42,6 +44,8 @@ public:
   void ForgetDirty(Buffer3D* buffer);
   // Applies the deferred settings of the listener and of every buffer, as one update.
   void Commit();
+  // The listener moved: every 3D buffer is placed anew, as one update.
+  void Respatialize();
 
 private:
   explicit Device(std::unique_ptr<kxaudio::OutputDevice> output);
@@ -50,6 +54,8 @@ private:
   ULONG refs_ = 1;
   DWORD level_ = 0;
   std::unique_ptr<kxaudio::OutputDevice> output_;
+  std::unique_ptr<Mixer> mixer_;
+  std::unique_ptr<MixOutput> mixOutput_;
   std::unique_ptr<Listener> listener_;
   std::unique_ptr<PrimaryBuffer> primary_;
   std::vector<SoundBuffer*> buffers_;

@@ -9,7 +9,7 @@
 extern "C" {
 // Bytes of sample storage the stand-in holds; samples shared by duplicates count once.
 KX_EXPORT uint64_t kxDSound_SampleBytes(void);
-// OpenAL sources alive: one per secondary buffer.
+// Voices alive in the mixer: one per secondary buffer.
 KX_EXPORT uint32_t kxDSound_LiveSources(void);
 }
 

@@ -1,6 +1,5 @@
 #include "dsound/listener.h"
 
-#include "audio/output_device.h"
 #include "dsound/buffer3d.h"
 #include "dsound/common.h"
 #include "dsound/device.h"
@@ -8,8 +7,6 @@
 
 namespace kxdsound {
 namespace {
-
-constexpr float kSpeedOfSound = 343.3f;  // metres per second
 
 D3DVECTOR Normalized(const D3DVECTOR& v, const D3DVECTOR& fallback) {
   float length = Length(v);
@@ -124,63 +121,37 @@ void Listener::Changed(unsigned what, DWORD apply) {
     return;
   }
   pending_ &= ~what;
-  kxaudio::ContextScope scope(device_.Context());
   Apply(what);
+  device_.Respatialize();
 }
 
-void Listener::ApplyPending() {
+bool Listener::ApplyPending() {
   unsigned what = pending_;
   pending_ = 0;
   if (what) Apply(what);
+  return what != 0;
 }
 
-void Listener::ApplyAll() { Apply(kAll); }
-
 void Listener::Apply(unsigned what) {
-  ALfloat v[6];
-  if (what & kPosition) {
-    applied_.position = set_.position;
-    ToAl(applied_.position, v);
-    alListenerfv(AL_POSITION, v);
-  }
-  if (what & kVelocity) {
-    applied_.velocity = set_.velocity;
-    ToAl(applied_.velocity, v);
-    alListenerfv(AL_VELOCITY, v);
-  }
+  if (what & kPosition) applied_.position = set_.position;
+  if (what & kVelocity) applied_.velocity = set_.velocity;
   if (what & kOrientation) {
     applied_.front = set_.front;
     applied_.top = set_.top;
-    // A vector of no length means the default; a top along the front is replaced by one
-    // square to it, so that OpenAL always gets a proper frame.
-    D3DVECTOR front = Normalized(set_.front, D3DVECTOR{0, 0, 1});
-    D3DVECTOR top = Normalized(set_.top, D3DVECTOR{0, 1, 0});
-    if (Length(Cross(front, top)) < 1e-4f) {
-      D3DVECTOR helper = std::fabs(front.y) < 0.9f ? D3DVECTOR{0, 1, 0} : D3DVECTOR{0, 0, 1};
-      top = Normalized(Cross(Cross(front, helper), front), D3DVECTOR{0, 1, 0});
-    }
-    ToAl(front, v);
-    ToAl(top, v + 3);
-    alListenerfv(AL_ORIENTATION, v);
   }
-  if (what & kDistanceFactor) {
-    applied_.distanceFactor = set_.distanceFactor;
-    // Velocities come in units per second: sound crosses 343.3 m/s, factor metres per unit.
-    alSpeedOfSound(kSpeedOfSound / applied_.distanceFactor);
+  if (what & kDistanceFactor) applied_.distanceFactor = set_.distanceFactor;
+  if (what & kDoppler) applied_.doppler = set_.doppler;
+  if (what & kRolloff) applied_.rolloff = set_.rolloff;
+}
+
+D3DVECTOR ListenerRight(const ListenerParams& l) {
+  D3DVECTOR front = Normalized(l.front, D3DVECTOR{0, 0, 1});
+  D3DVECTOR top = Normalized(l.top, D3DVECTOR{0, 1, 0});
+  if (Length(Cross(front, top)) < 1e-4f) {
+    D3DVECTOR helper = std::fabs(front.y) < 0.9f ? D3DVECTOR{0, 1, 0} : D3DVECTOR{0, 0, 1};
+    top = Normalized(Cross(Cross(front, helper), front), D3DVECTOR{0, 1, 0});
   }
-  if (what & kDoppler) {
-    applied_.doppler = set_.doppler;
-    alDopplerFactor(applied_.doppler);
-  }
-  if (what & kRolloff) {
-    applied_.rolloff = set_.rolloff;
-    for (SoundBuffer* buffer : device_.Buffers())
-      if (buffer->Part3D()) buffer->Part3D()->ApplyRolloff();
-  }
-  if (what & kPosition) {
-    for (SoundBuffer* buffer : device_.Buffers())
-      if (buffer->Part3D()) buffer->Part3D()->UpdateMute();
-  }
+  return Normalized(Cross(top, front), D3DVECTOR{1, 0, 0});
 }
 
 }  // namespace kxdsound

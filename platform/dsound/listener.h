@@ -1,5 +1,5 @@
 // The 3D listener, reached through the primary buffer. It holds the world's settings as set
-// (what Get* reports, deferred ones included) and as applied to OpenAL (what is heard).
+// (what Get* reports, deferred ones included) and as applied (what the mixer hears).
 #ifndef KX_PLATFORM_DSOUND_LISTENER_H
 #define KX_PLATFORM_DSOUND_LISTENER_H
 
@@ -8,6 +8,11 @@
 namespace kxdsound {
 
 class Device;
+
+struct ListenerParams;
+// The listener's right, in the world's left-handed axes; a frame that says nothing (a vector of no
+// length, a top along the front) falls back to the default one.
+D3DVECTOR ListenerRight(const ListenerParams& listener);
 
 struct ListenerParams {
   D3DVECTOR position{0, 0, 0};
@@ -41,12 +46,10 @@ public:
   HRESULT SetVelocity(float x, float y, float z, DWORD apply) override;
   HRESULT CommitDeferredSettings() override;
 
-  // What OpenAL has been given.
+  // What the 3D buffers are heard against.
   const ListenerParams& Applied() const { return applied_; }
-  // Applies the deferred settings; the device's context must be current.
-  void ApplyPending();
-  // Gives every setting to a new context.
-  void ApplyAll();
+  // Applies the deferred settings; true when anything changed. The caller places the buffers anew.
+  bool ApplyPending();
 
 private:
   enum : unsigned {

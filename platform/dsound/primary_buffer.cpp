@@ -6,12 +6,14 @@
 #include "dsound/common.h"
 #include "dsound/device.h"
 #include "dsound/listener.h"
+#include "dsound/mixer.h"
 
 namespace kxdsound {
 
 PrimaryBuffer::PrimaryBuffer(Device& device, DWORD flags) : device_(device), flags_(flags) {
-  // Until SetFormat: the rate the device opened with, 16-bit stereo.
-  format_ = WAVEFORMATEX{WAVE_FORMAT_PCM, 2, kxaudio::kDefaultRate, kxaudio::kDefaultRate * 4, 4, 16, 0};
+  // Until SetFormat: the mix's own rate, 16-bit stereo.
+  const DWORD rate = device.GetMixer().Rate();
+  format_ = WAVEFORMATEX{WAVE_FORMAT_PCM, 2, rate, rate * 4, 4, 16, 0};
 }
 
 HRESULT PrimaryBuffer::QueryInterface(REFIID iid, void** object) {
@@ -100,8 +102,7 @@ HRESULT PrimaryBuffer::SetFormat(const WAVEFORMATEX* format) {
   format_ = *format;
   format_.nAvgBytesPerSec = format_.nSamplesPerSec * format_.nBlockAlign;
   format_.cbSize = 0;
-  // Once buffers exist the mix keeps its rate, as a sound card would resample.
-  device_.SetMixRate(format_.nSamplesPerSec);
+  // Reported as asked; the mix stays at the output's rate, as on current DirectSound.
   return DS_OK;
 }
 

@@ -1,120 +1,112 @@
 #include "dsound/sample_store.h"
 
+#include <soxr.h>
+
 #include <atomic>
 #include <cstring>
 #include <new>
 
+#include "dsound/mixer.h"
 #include "dsound_stats.h"
 
 namespace kxdsound {
 namespace {
 
-typedef unsigned int MapBits;
-typedef void(AL_APIENTRY* BufferStorageFn)(ALuint, ALenum, const ALvoid*, ALsizei, ALsizei, MapBits);
-typedef void*(AL_APIENTRY* MapBufferFn)(ALuint, ALsizei, ALsizei, MapBits);
-typedef void(AL_APIENTRY* UnmapBufferFn)(ALuint);
-
-// Looked up once: extension entry points are the same for every context.
-struct MapApi {
-  BufferStorageFn storage = nullptr;
-  MapBufferFn map = nullptr;
-  UnmapBufferFn unmap = nullptr;
-  MapBits bits = 0;  // read | write | persistent
-
-  MapApi() {
-    if (!alIsExtensionPresent("AL_SOFT_map_buffer") && !alIsExtensionPresent("AL_SOFTX_map_buffer")) return;
-    storage = reinterpret_cast<BufferStorageFn>(alGetProcAddress("alBufferStorageSOFT"));
-    map = reinterpret_cast<MapBufferFn>(alGetProcAddress("alMapBufferSOFT"));
-    unmap = reinterpret_cast<UnmapBufferFn>(alGetProcAddress("alUnmapBufferSOFT"));
-    ALenum read = alGetEnumValue("AL_MAP_READ_BIT_SOFT");
-    ALenum write = alGetEnumValue("AL_MAP_WRITE_BIT_SOFT");
-    ALenum persistent = alGetEnumValue("AL_MAP_PERSISTENT_BIT_SOFT");
-    if (read > 0 && write > 0 && persistent > 0) bits = MapBits(read) | MapBits(write) | MapBits(persistent);
-  }
-  bool Usable() const { return storage && map && unmap && bits; }
-};
-
-const MapApi& Api() {
-  static const MapApi api;
-  return api;
-}
-
 std::atomic<uint64_t> g_sampleBytes{0};
-std::atomic<uint32_t> g_sources{0};
+std::atomic<uint32_t> g_voices{0};
 
-ALenum AlFormat(const WAVEFORMATEX& f) {
-  if (f.wBitsPerSample == 8) return f.nChannels == 1 ? AL_FORMAT_MONO8 : AL_FORMAT_STEREO8;
-  return f.nChannels == 1 ? AL_FORMAT_MONO16 : AL_FORMAT_STEREO16;
+uint64_t FrameBytes(const MixFrames& f) { return f.samples.size() * sizeof(float); }
+
+// The written bytes as float samples in [-1, 1), still at the buffer's own rate.
+void ToFloat(const WAVEFORMATEX& format, const uint8_t* bytes, size_t size, float* out) {
+  if (format.wBitsPerSample == 8) {
+    for (size_t i = 0; i < size; ++i) out[i] = (static_cast<int>(bytes[i]) - 128) * (1.0f / 128);
+    return;
+  }
+  const size_t n = size / 2;
+  for (size_t i = 0; i < n; ++i) {
+    int16_t s;
+    std::memcpy(&s, bytes + 2 * i, 2);
+    out[i] = s * (1.0f / 32768);
+  }
 }
 
 }  // namespace
 
-std::shared_ptr<SampleStore> SampleStore::Create(const WAVEFORMATEX& format, uint32_t size) {
-  alGetError();
-  ALuint buffer = 0;
-  alGenBuffers(1, &buffer);
-  if (alGetError() != AL_NO_ERROR) return nullptr;
-  std::shared_ptr<SampleStore> store(
-      new (std::nothrow) SampleStore(buffer, AlFormat(format), size, format.nSamplesPerSec));
-  if (!store) {
-    alDeleteBuffers(1, &buffer);
-    return nullptr;
-  }
-  // Unsigned 8-bit samples are silent at 0x80, signed 16-bit ones at 0.
-  const int silence = format.wBitsPerSample == 8 ? 0x80 : 0;
-  const MapApi& api = Api();
-  if (api.Usable()) {
-    api.storage(buffer, store->format_, nullptr, static_cast<ALsizei>(size), static_cast<ALsizei>(store->rate_),
-                api.bits);
-    if (alGetError() == AL_NO_ERROR)
-      store->mapped_ = static_cast<uint8_t*>(api.map(buffer, 0, static_cast<ALsizei>(size), api.bits));
-    if (!store->mapped_) return nullptr;
-    std::memset(store->mapped_, silence, size);
-    g_sampleBytes += size;
-    return store;
-  }
+uint64_t MixFrameCount(uint64_t frames, uint32_t rate, uint32_t mixRate) {
+  if (frames == 0) return 0;
+  uint64_t count = (frames * mixRate + rate / 2) / rate;
+  return count ? count : 1;
+}
+
+std::shared_ptr<SampleStore> SampleStore::Create(const WAVEFORMATEX& format, uint32_t size, uint32_t mixRate) {
+  std::shared_ptr<SampleStore> store(new (std::nothrow) SampleStore(format, mixRate));
+  if (!store) return nullptr;
   try {
-    store->shadow_.assign(size, static_cast<uint8_t>(silence));
+    // Unsigned 8-bit samples are silent at 0x80, signed 16-bit ones at 0.
+    store->bytes_.assign(size, format.wBitsPerSample == 8 ? 0x80 : 0);
+    store->frames_.reset(new MixFrames);
+    store->frames_->channels = format.nChannels;
+    store->frames_->count = MixFrameCount(size / format.nBlockAlign, format.nSamplesPerSec, mixRate);
+    store->frames_->samples.assign(store->frames_->count * format.nChannels, 0.0f);
   } catch (const std::bad_alloc&) {
     return nullptr;
   }
-  g_sampleBytes += size;
+  g_sampleBytes += size + FrameBytes(*store->frames_);
   return store;
 }
 
-SampleStore::~SampleStore() {
-  if (mapped_) {
-    Api().unmap(buffer_);
-    g_sampleBytes -= size_;
-  } else {
-    g_sampleBytes -= shadow_.size() + (uploaded_ ? size_ : 0);
-  }
-  alDeleteBuffers(1, &buffer_);
-}
+SampleStore::~SampleStore() { g_sampleBytes -= bytes_.size() + FrameBytes(*frames_); }
 
-bool SampleStore::Upload() {
-  if (attached_) return false;
-  alGetError();
-  alBufferData(buffer_, format_, shadow_.data(), static_cast<ALsizei>(size_), static_cast<ALsizei>(rate_));
-  if (alGetError() != AL_NO_ERROR) return false;
-  if (!uploaded_) g_sampleBytes += size_;
-  uploaded_ = true;
+bool SampleStore::Commit(Mixer& mixer) {
+  const uint32_t channels = format_.nChannels;
+  const uint64_t frames = bytes_.size() / format_.nBlockAlign;
+  std::unique_ptr<MixFrames> fresh(new (std::nothrow) MixFrames);
+  if (!fresh) return false;
+  try {
+    fresh->channels = channels;
+    fresh->count = MixFrameCount(frames, format_.nSamplesPerSec, mixRate_);
+    fresh->samples.resize(fresh->count * channels);
+    if (format_.nSamplesPerSec == mixRate_) {
+      ToFloat(format_, bytes_.data(), bytes_.size(), fresh->samples.data());
+    } else {
+      std::vector<float> input(frames * channels);
+      ToFloat(format_, bytes_.data(), bytes_.size(), input.data());
+      // High quality: a passband to 91% of the lower Nyquist, images and aliases under -100 dB.
+      soxr_quality_spec_t quality = soxr_quality_spec(SOXR_HQ, 0);
+      soxr_io_spec_t io = soxr_io_spec(SOXR_FLOAT32_I, SOXR_FLOAT32_I);
+      size_t done = 0;
+      soxr_error_t error = soxr_oneshot(format_.nSamplesPerSec, mixRate_, channels, input.data(), frames, nullptr,
+                                        fresh->samples.data(), fresh->count, &done, &io, &quality, nullptr);
+      if (error) return false;
+      // The converter may give a frame less than the rounded count: the rest stays silent.
+    }
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+  {
+    std::lock_guard<std::mutex> hold(mixer.Lock());
+    frames_.swap(fresh);
+  }
   return true;
 }
 
-// Mapped storage is persistent and coherent: what was written is already there.
-bool SampleStore::Commit() { return mapped_ || Upload(); }
-
-void SampleStore::Attach() {
-  if (!mapped_ && !uploaded_) Upload();
-  attached_ = true;
+uint64_t SampleStore::MixPosition(uint32_t frame) const {
+  const unsigned __int128 scaled = static_cast<unsigned __int128>(frame) * mixRate_ << 32;
+  const uint32_t rate = format_.nSamplesPerSec;
+  return static_cast<uint64_t>((scaled + rate - 1) / rate);
 }
 
-void CountSource(int delta) { g_sources += static_cast<uint32_t>(delta); }
+uint32_t SampleStore::BufferFrame(uint64_t mixPosition) const {
+  const unsigned __int128 scaled = static_cast<unsigned __int128>(mixPosition) * format_.nSamplesPerSec;
+  return static_cast<uint32_t>((scaled / mixRate_) >> 32);
+}
+
+void CountVoice(int delta) { g_voices += static_cast<uint32_t>(delta); }
 
 }  // namespace kxdsound
 
 extern "C" {
 KX_EXPORT uint64_t kxDSound_SampleBytes(void) { return kxdsound::g_sampleBytes.load(); }
-KX_EXPORT uint32_t kxDSound_LiveSources(void) { return kxdsound::g_sources.load(); }
+KX_EXPORT uint32_t kxDSound_LiveSources(void) { return kxdsound::g_voices.load(); }
 }

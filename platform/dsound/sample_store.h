@@ -1,10 +1,8 @@
-// The samples of one loaded sound: one OpenAL buffer, shared by a buffer and all its duplicates.
-//
-// Where OpenAL Soft offers buffer mapping (AL_SOFT(X)_map_buffer, in 1.19 on), the samples live
-// once, in OpenAL's storage, mapped for the buffer's whole life: Lock hands out that memory, so a
-// second Lock sees what is there and a write to a playing buffer is heard. Without mapping, the
-// samples are kept here and copied to OpenAL at Unlock, which OpenAL allows only while no source
-// has played them.
+// The samples of one loaded sound, shared by a buffer and all its duplicates. They are kept
+// twice: as written, in the buffer's own format (what Lock hands out), and as float frames at the
+// mix rate, converted with a band-limited resampler whenever written bytes are committed. The
+// mixer reads only the converted frames, so a sound at its own pitch needs no resampling at all
+// while it plays.
 #ifndef KX_PLATFORM_DSOUND_SAMPLE_STORE_H
 #define KX_PLATFORM_DSOUND_SAMPLE_STORE_H
 
@@ -13,45 +11,55 @@
 #include <memory>
 #include <vector>
 
-#include "audio/openal.h"
 #include "dsound.h"
 
 namespace kxdsound {
 
+class Mixer;
+
+// Converted frames: interleaved floats, channels per frame, at the mix rate.
+struct MixFrames {
+  std::vector<float> samples;
+  uint32_t channels = 1;
+  uint64_t count = 0;  // frames
+};
+
 class SampleStore {
 public:
-  // Storage for size bytes of the format, filled with silence. Null when OpenAL refuses.
-  // Needs the device's context current.
-  static std::shared_ptr<SampleStore> Create(const WAVEFORMATEX& format, uint32_t size);
-  ~SampleStore();  // needs the device's context current
+  // Storage for size bytes of the format, filled with silence. Null when memory runs out.
+  static std::shared_ptr<SampleStore> Create(const WAVEFORMATEX& format, uint32_t size, uint32_t mixRate);
+  ~SampleStore();
   SampleStore(const SampleStore&) = delete;
   SampleStore& operator=(const SampleStore&) = delete;
 
-  uint8_t* Bytes() { return mapped_ ? mapped_ : shadow_.data(); }
-  uint32_t Size() const { return size_; }
-  ALuint Buffer() const { return buffer_; }
-  // Makes written bytes audible. False when they cannot reach OpenAL any more.
-  bool Commit();
-  // A source plays from the buffer from now on: unmapped samples are uploaded first.
-  void Attach();
+  uint8_t* Bytes() { return bytes_.data(); }
+  uint32_t Size() const { return static_cast<uint32_t>(bytes_.size()); }
+  const WAVEFORMATEX& Format() const { return format_; }
+  uint32_t MixRate() const { return mixRate_; }
+  // Converts what is written and hands it to the mixer, under its lock. False when memory runs out.
+  bool Commit(Mixer& mixer);
+  // The converted frames; read under the mixer's lock.
+  const MixFrames& Frames() const { return *frames_; }
+
+  // Frame positions between the buffer's own rate and the mix rate. A mix position is 32.32
+  // fixed point; a buffer frame maps to the first mix position at or after it.
+  uint64_t MixPosition(uint32_t frame) const;
+  uint32_t BufferFrame(uint64_t mixPosition) const;
 
 private:
-  SampleStore(ALuint buffer, ALenum format, uint32_t size, uint32_t rate)
-      : buffer_(buffer), format_(format), size_(size), rate_(rate) {}
-  bool Upload();
+  SampleStore(const WAVEFORMATEX& format, uint32_t mixRate) : format_(format), mixRate_(mixRate) {}
 
-  ALuint buffer_;
-  ALenum format_;
-  uint32_t size_;
-  uint32_t rate_;
-  uint8_t* mapped_ = nullptr;
-  std::vector<uint8_t> shadow_;
-  bool uploaded_ = false;
-  bool attached_ = false;
+  const WAVEFORMATEX format_;
+  const uint32_t mixRate_;
+  std::vector<uint8_t> bytes_;
+  std::unique_ptr<MixFrames> frames_;
 };
 
+// Frames the mix rate gives for frames at rate: rounded, and at least one for a non-empty buffer.
+uint64_t MixFrameCount(uint64_t frames, uint32_t rate, uint32_t mixRate);
+
 // Counts for dsound_stats.h.
-void CountSource(int delta);
+void CountVoice(int delta);
 
 }  // namespace kxdsound
 

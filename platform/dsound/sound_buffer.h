@@ -1,12 +1,11 @@
-// A secondary buffer: one OpenAL source playing a shared SampleStore. DirectSound's cursor
-// survives Stop (the source is paused, not stopped) and is kept here while OpenAL can't report
-// it (before the first play, after the end).
+// A secondary buffer: a voice of the stand-in's mixer over a shared SampleStore. DirectSound's
+// cursor survives Stop and a buffer that played to its end starts again from 0; the voice keeps
+// both.
 #ifndef KX_PLATFORM_DSOUND_SOUND_BUFFER_H
 #define KX_PLATFORM_DSOUND_SOUND_BUFFER_H
 
 #include <memory>
 
-#include "audio/openal.h"
 #include "dsound.h"
 
 namespace kxdsound {
@@ -14,6 +13,7 @@ namespace kxdsound {
 class Buffer3D;
 class Device;
 class SampleStore;
+class Voice;
 
 class SoundBuffer final : public IDirectSoundBuffer {
 public:
@@ -21,7 +21,7 @@ public:
   static HRESULT Create(Device& device, const DSBUFFERDESC& description, SoundBuffer** buffer);
   // A new buffer on the same samples, with the volume, frequency and 3D settings of this one.
   HRESULT Duplicate(SoundBuffer** duplicate);
-  // The device is going: gives back the OpenAL objects; every later call fails.
+  // The device is going: leaves the mixer; every later call fails.
   void Orphan();
 
   HRESULT QueryInterface(REFIID iid, void** object) override;
@@ -44,33 +44,25 @@ public:
   HRESULT Unlock(void* first, DWORD firstBytes, void* second, DWORD secondBytes) override;
 
   Device* Owner() const { return device_; }
-  ALuint Source() const { return source_; }
   DWORD Flags() const { return flags_; }
-  // Silence from the 3D rules (beyond max distance), on top of the volume.
-  void SetMuted(bool muted);
   Buffer3D* Part3D() const { return part3d_.get(); }
+  // Gives the voice the level of each ear and the speed that volume, frequency and the 3D
+  // settings make. UpdateMixLocked wants the mixer's lock held.
+  void UpdateMix();
+  void UpdateMixLocked();
 
 private:
-  SoundBuffer(Device& device, DWORD flags, const WAVEFORMATEX& format, std::shared_ptr<SampleStore> samples,
-              ALuint source);
+  SoundBuffer(Device& device, DWORD flags, const WAVEFORMATEX& format, std::shared_ptr<SampleStore> samples);
   ~SoundBuffer();
-  void SetupSource();
-  void ApplyGain();
-  // The cursor in bytes, from OpenAL while the source has a position, else the kept one.
-  DWORD Cursor();
 
   ULONG refs_ = 1;
   Device* device_;
   const DWORD flags_;
   const WAVEFORMATEX format_;
   std::shared_ptr<SampleStore> samples_;
-  ALuint source_;
-  bool attached_ = false;
-  bool looping_ = false;
-  bool muted_ = false;
+  std::unique_ptr<Voice> voice_;
   LONG volume_ = 0;
   DWORD frequency_;
-  DWORD cursor_ = 0;
   std::unique_ptr<Buffer3D> part3d_;
 };
 

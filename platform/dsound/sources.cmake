@@ -4,5 +4,10 @@ set(KX_DSOUND_SOURCES
   dsound/listener.cpp
   dsound/sound_buffer.cpp
   dsound/buffer3d.cpp
+  dsound/spatial.cpp
   dsound/sample_store.cpp
+  dsound/voice.cpp
+  dsound/sinc_table.cpp
+  dsound/mixer.cpp
+  dsound/mix_output.cpp
 )

@@ -21,8 +21,9 @@ inline double Db(double ratio) { return 20.0 * std::log10(ratio); }
 
 class ListeningTest : public ::testing::Test {
 protected:
-  static constexpr uint32_t kRate = 22050;
-  static constexpr uint32_t kPeriod = 50;  // frames of the test tone at kRate
+  static constexpr uint32_t kRate = 22050;     // of the test buffers
+  static constexpr uint32_t kPeriod = 50;      // frames of the test tone at kRate: 441 Hz
+  static constexpr uint32_t kMixRate = 48000;  // of the offline output, whatever the primary format
 
   void SetUp() override {
     kxHost_SetManualClock(1);
@@ -34,7 +35,7 @@ protected:
     WAVEFORMATEX mix{WAVE_FORMAT_PCM, 2, kRate, kRate * 4, 4, 16, 0};
     ASSERT_EQ(DS_OK, primary_->SetFormat(&mix));
     ASSERT_EQ(DS_OK, primary_->QueryInterface(IID_IDirectSound3DListener, reinterpret_cast<void**>(&listener_)));
-    ASSERT_EQ(kRate, kxHost_CaptureRate(0));
+    ASSERT_EQ(kMixRate, kxHost_CaptureRate(0));
   }
 
   void TearDown() override {
@@ -80,12 +81,13 @@ protected:
     return part;
   }
 
-  // Renders ms and measures what follows the first skipMs (gains glide in OpenAL).
+  // Renders ms and measures what follows the first skipMs (changes of level glide in).
   Level Listen(uint32_t ms, uint32_t skipMs = 20) {
     DropCapture();
     Capture heard = ::Listen(ms);
     // Whole periods of the tone, so that its phase doesn't move the figure.
-    double from = skipMs / 1000.0, to = from + double((ms - skipMs) * kRate / 1000 / kPeriod * kPeriod) / kRate;
+    const double hz = double(kRate) / kPeriod;
+    double from = skipMs / 1000.0, to = from + std::floor((ms - skipMs) / 1000.0 * hz) / hz;
     return Level{heard.RmsLeft(from, to), heard.RmsRight(from, to)};
   }
 

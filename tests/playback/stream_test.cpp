@@ -321,7 +321,7 @@ TEST_F(Streams, StopResumeAndPausePlayContinueWhereTheyLeftOff) {
   EXPECT_EQ(State(door), "[stopped]");
   DWORD stopped = buffer->SavedCursor;
   EXPECT_GT(stopped, 8000u);
-  EXPECT_EQ(Run(50).Rms(), 0.0);
+  EXPECT_EQ(Run(50).Rms(0.01), 0.0);
   ASSERT_EQ(qorSound_ResumeStream(door), S_OK);
   EXPECT_EQ(Cursor(buffer), stopped);
   Run(100);
@@ -329,7 +329,7 @@ TEST_F(Streams, StopResumeAndPausePlayContinueWhereTheyLeftOff) {
   EXPECT_EQ(State(door), "[paused]");
   DWORD paused = Cursor(buffer);
   EXPECT_GT(paused, stopped);
-  EXPECT_EQ(Run(50).Rms(), 0.0);
+  EXPECT_EQ(Run(50).Rms(0.01), 0.0);
   ASSERT_EQ(qorSound_PlayStream(door), S_OK);
   EXPECT_EQ(Cursor(buffer), paused);
   EXPECT_GT(Run(50).Rms(0.01), 0.1);
@@ -366,7 +366,7 @@ TEST_F(Streams, ThePauseOfThreeDSoundsHoldsThemAcrossUpdates) {
   ASSERT_EQ(qorSound_Pause3DSounds(), S_OK);
   DWORD place = Cursor(shot->Buffer);
   ASSERT_EQ(qorSound_PauseStream(during), S_OK);
-  EXPECT_EQ(Run(400).Rms(), 0.0);
+  EXPECT_EQ(Run(400).Rms(0.01), 0.0);
   EXPECT_EQ(Sent(), Kinds{5}) << "only the holder's own pause";
   EXPECT_EQ(shot->State, STREAM_SINGLE) << "a held one-shot isn't over";
   EXPECT_EQ(State(on), "[playing]");
@@ -389,7 +389,7 @@ TEST_F(Streams, ThePauseOfThreeDSoundsHoldsThemAcrossUpdates) {
   ASSERT_EQ(qorSound_Enable(0), S_OK);
   ASSERT_EQ(qorSound_Enable(1), S_OK);
   ASSERT_EQ(qorSound_Resume3DSounds(), S_OK);
-  EXPECT_EQ(Run(100).Rms(), 0.0) << "a free or stopped stream sounds";
+  EXPECT_EQ(Run(100).Rms(0.01), 0.0) << "a free or stopped stream sounds";
 }
 
 TEST_F(Streams, TheOverlayListsTheSoundsInUse) {

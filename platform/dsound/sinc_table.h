@@ -1,0 +1,40 @@
+// Windowed-sinc interpolation for voices played away from their own pitch (frequency changes,
+// doppler). A voice at its own pitch reads its converted frames one for one and never comes
+// here. Raising the pitch moves content up, so the cutoff falls with the step: a table per
+// quarter octave of step keeps what would fold back under the output's Nyquist out.
+#ifndef KX_PLATFORM_DSOUND_SINC_TABLE_H
+#define KX_PLATFORM_DSOUND_SINC_TABLE_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include <vector>
+
+namespace kxdsound {
+
+class SincTable {
+public:
+  static constexpr int kTaps = 32;        // frames read around the position
+  static constexpr int kBefore = 15;      // of them before it
+  static constexpr int kPhases = 128;     // fractions tabulated, interpolated between
+
+  // The table for a 32.32 step (frames of the voice per output frame).
+  static const SincTable& ForStep(uint64_t step);
+
+  // Coefficients for a fraction (the low 32 bits of a position), written to kTaps floats.
+  void Kernel(uint32_t fraction, float* out) const {
+    const uint32_t index = fraction >> (32 - 7);  // 7 bits: kPhases
+    const float mix = static_cast<float>(fraction & ((1u << 25) - 1)) * (1.0f / (1u << 25));
+    const float* a = &coefficients_[size_t{index} * kTaps];
+    const float* b = a + kTaps;
+    for (int t = 0; t < kTaps; ++t) out[t] = a[t] + mix * (b[t] - a[t]);
+  }
+
+private:
+  explicit SincTable(double cutoff);
+  std::vector<float> coefficients_;  // (kPhases + 1) rows of kTaps
+};
+
+}  // namespace kxdsound
+
+#endif
