@@ -2,6 +2,7 @@
 
 #include <soxr.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <new>
@@ -31,6 +32,11 @@ void ToFloat(const WAVEFORMATEX& format, const uint8_t* bytes, size_t size, floa
   }
 }
 
+// The converter passes 91% of the lower Nyquist and removes what lies above.
+double ContentLimit(uint32_t rate, uint32_t mixRate) {
+  return 0.5 * 0.91 * std::min(rate, mixRate) / mixRate;
+}
+
 }  // namespace
 
 uint64_t MixFrameCount(uint64_t frames, uint32_t rate, uint32_t mixRate) {
@@ -47,6 +53,7 @@ std::shared_ptr<SampleStore> SampleStore::Create(const WAVEFORMATEX& format, uin
     store->bytes_.assign(size, format.wBitsPerSample == 8 ? 0x80 : 0);
     store->frames_.reset(new MixFrames);
     store->frames_->channels = format.nChannels;
+    store->frames_->content = ContentLimit(format.nSamplesPerSec, mixRate);
     store->frames_->count = MixFrameCount(size / format.nBlockAlign, format.nSamplesPerSec, mixRate);
     store->frames_->samples.assign(store->frames_->count * format.nChannels, 0.0f);
   } catch (const std::bad_alloc&) {
@@ -66,6 +73,7 @@ bool SampleStore::Commit(Mixer& mixer) {
   try {
     fresh->channels = channels;
     fresh->count = MixFrameCount(frames, format_.nSamplesPerSec, mixRate_);
+    fresh->content = ContentLimit(format_.nSamplesPerSec, mixRate_);
     fresh->samples.resize(fresh->count * channels);
     if (format_.nSamplesPerSec == mixRate_) {
       ToFloat(format_, bytes_.data(), bytes_.size(), fresh->samples.data());

@@ -22,6 +22,7 @@ struct MixFrames {
   std::vector<float> samples;
   uint32_t channels = 1;
   uint64_t count = 0;  // frames
+  double content = 0.5;  // highest frequency present, in cycles per frame
 };
 
 class SampleStore {

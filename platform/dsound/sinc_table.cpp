@@ -6,7 +6,8 @@
 namespace kxdsound {
 namespace {
 
-constexpr int kBuckets = 21;        // steps up to 2^(20/4) = 32
+constexpr int kGrid = 64;           // cutoffs in steps of 1/64 cycle per frame
+constexpr int kBuckets = 48;        // up to 0.75
 constexpr double kBeta = 7.0;       // Kaiser window: side lobes near -70 dB
 constexpr double kHalfBand = 0.065; // half the transition band of 32 taps at that beta, in cycles per frame
 
@@ -19,8 +20,11 @@ double BesselI0(double x) {
   return sum;
 }
 
-// The stopband starts at the output's Nyquist, seen in frames of the voice.
-double CutoffForStep(double step) { return std::max(0.02, 0.5 / std::max(1.0, step) - kHalfBand); }
+double CutoffFor(double step, double content) {
+  const double nyquist = 0.5 / step;  // of the output, in cycles per frame of the voice
+  const double stop = nyquist >= content ? 1.0 - content : nyquist;
+  return stop - kHalfBand;
+}
 
 }  // namespace
 
@@ -45,17 +49,17 @@ SincTable::SincTable(double cutoff) : coefficients_(size_t{kPhases + 1} * kTaps)
   }
 }
 
-const SincTable& SincTable::ForStep(uint64_t step) {
+const SincTable& SincTable::For(uint64_t step, double content) {
   static const std::vector<SincTable> tables = [] {
     std::vector<SincTable> made;
     made.reserve(kBuckets);
-    for (int b = 0; b < kBuckets; ++b) made.push_back(SincTable(CutoffForStep(std::pow(2.0, b / 4.0))));
+    for (int b = 1; b <= kBuckets; ++b) made.push_back(SincTable(static_cast<double>(b) / kGrid));
     return made;
   }();
-  const double s = static_cast<double>(step) / 4294967296.0;
-  int bucket = s <= 1 ? 0 : static_cast<int>(std::ceil(4 * std::log2(s)));
-  if (bucket >= kBuckets) bucket = kBuckets - 1;
-  return tables[bucket];
+  const double cutoff = CutoffFor(static_cast<double>(step) / 4294967296.0, content);
+  // Down to the grid, so that the stopband never starts later than it should.
+  const int bucket = std::clamp(static_cast<int>(cutoff * kGrid), 1, kBuckets);
+  return tables[bucket - 1];
 }
 
 }  // namespace kxdsound

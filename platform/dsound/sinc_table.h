@@ -1,7 +1,8 @@
 // Windowed-sinc interpolation for voices played away from their own pitch (frequency changes,
 // doppler). A voice at its own pitch reads its converted frames one for one and never comes
-// here. Raising the pitch moves content up, so the cutoff falls with the step: a table per
-// quarter octave of step keeps what would fold back under the output's Nyquist out.
+// here. The filter's stopband starts where the first unwanted copy does: the images of the
+// voice's content, or, when a raised pitch would carry content past the output's Nyquist, that
+// Nyquist. Tables are kept for cutoffs on a grid of 1/64 cycle per frame.
 #ifndef KX_PLATFORM_DSOUND_SINC_TABLE_H
 #define KX_PLATFORM_DSOUND_SINC_TABLE_H
 
@@ -18,8 +19,9 @@ public:
   static constexpr int kBefore = 15;      // of them before it
   static constexpr int kPhases = 128;     // fractions tabulated, interpolated between
 
-  // The table for a 32.32 step (frames of the voice per output frame).
-  static const SincTable& ForStep(uint64_t step);
+  // The table for a 32.32 step (frames of the voice per output frame) over content that reaches
+  // up to content cycles per frame.
+  static const SincTable& For(uint64_t step, double content);
 
   // Coefficients for a fraction (the low 32 bits of a position), written to kTaps floats.
   void Kernel(uint32_t fraction, float* out) const {

@@ -42,7 +42,7 @@ void MixCopy(const MixFrames& f, uint64_t pos, float* out, uint32_t n, float g[2
 template <uint32_t Channels>
 void MixSinc(const MixFrames& f, uint64_t pos, uint64_t step, bool looping, float* out, uint32_t n, float g[2],
              const float d[2]) {
-  const SincTable& table = SincTable::ForStep(step);
+  const SincTable& table = SincTable::For(step, f.content);
   float kernel[SincTable::kTaps];
   float gl = g[0], gr = g[1];
   const int64_t count = static_cast<int64_t>(f.count);
