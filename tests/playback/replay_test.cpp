@@ -1,0 +1,68 @@
+// A sound played again after it ran out by itself starts from its beginning, whatever moved
+// its cursor before: pauses, resumes, a jump, or the pause of every ambient.
+#include "../base/module_fixture.h"
+#include "kxEngine.h"
+#include "listen.h"
+#include "wave_file.h"
+
+namespace {
+
+class Replays : public ModuleTest {
+protected:
+  // 100 ms at 441 Hz, then 200 ms at 1764 Hz: the first tone heard tells where a play began.
+  void TwoToneSound(const char* name) {
+    Create(name);
+    WaveShape shape;
+    shape.Data = Tone(441, 0.1, 22050, 1, 16, 0.5);
+    std::vector<uint8_t> high = Tone(1764, 0.2, 22050, 1, 16, 0.5);
+    shape.Data.insert(shape.Data.end(), high.begin(), high.end());
+    std::string file = std::string(name) + ".wav";
+    WriteWave(root, file, shape);
+    ASSERT_EQ(qorSound_AddFile(name, file.data()), S_OK);
+  }
+  static double FirstHz() {
+    Capture heard = ListenFrames(60, qorSound_Update);
+
+    return heard.Hz(0.005, 0.055);
+  }
+};
+
+TEST_F(Replays, AHeldStreamThatRanOutStartsAgainFromItsBeginning) {
+  TwoToneSound("door");
+  void* door = nullptr;
+  ASSERT_NE(qorSound_QueryStream("door", &door, 0), nullptr);
+  ASSERT_EQ(qorSound_PlayStream(door), S_OK);
+  ListenFrames(50, qorSound_Update);
+  ASSERT_EQ(qorSound_PauseStream(door), S_OK);
+  ASSERT_EQ(qorSound_ResumeStream(door), S_OK);
+  ASSERT_EQ(qorSound_SetStreamProgress(door, 50), S_OK);
+  ListenFrames(400, qorSound_Update);
+  ASSERT_EQ(qorSound_PlayStream(door), S_OK);
+  EXPECT_NEAR(FirstHz(), 441, 30);
+  qorSound_ReleaseStream(door);
+}
+
+TEST_F(Replays, AnAmbientKeepsItsBeginningAfterThePauseOfAll) {
+  TwoToneSound("wind");
+  ASSERT_EQ(qorSound_LoadAmbient("wind"), S_OK);
+  ASSERT_EQ(qorSound_PlayAmbientDelayed("wind", 1, 0), S_OK);
+  ListenFrames(160, qorSound_Update);
+  ASSERT_EQ(qorSound_PauseAllAmbiemts(), S_OK);
+  ListenFrames(100, qorSound_Update);
+  ASSERT_EQ(qorSound_ResumeAllAmbiemts(), S_OK);
+  // Every cycle after the pause starts with the low tone.
+  Capture heard = ListenFrames(3000, qorSound_Update);
+  int cycles = 0;
+  bool quiet = true;
+  for (double t = 0; t < 2.9; t += 0.01) {
+    const bool loud = heard.Rms(t, t + 0.01) > 0.01;
+    if (loud && quiet) {
+      ++cycles;
+      EXPECT_NEAR(heard.Hz(t + 0.01, t + 0.08), 441, 30) << "the cycle starting at " << t << " s";
+    }
+    quiet = !loud;
+  }
+  EXPECT_GE(cycles, 3);
+}
+
+}  // namespace
