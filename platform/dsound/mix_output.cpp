@@ -85,7 +85,7 @@ void MixOutput::OnRender(uint32_t frames, void* self) {
 
 void MixOutput::RunDevice() {
   const uint32_t piece = output_.Rate() * kDeviceMs / 1000;
-  ContextScope scope(output_.Context());
+  alcSetThreadContext(output_.Context());
   while (!stop_) {
     ALint queued = 0, done = 0;
     alGetSourcei(source_, AL_BUFFERS_QUEUED, &queued);
@@ -94,6 +94,7 @@ void MixOutput::RunDevice() {
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(kDeviceMs / 4));
   }
+  alcSetThreadContext(nullptr);
 }
 
 }  // namespace kxdsound
