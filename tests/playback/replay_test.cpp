@@ -1,8 +1,13 @@
-// A sound played again after it ran out by itself starts from its beginning, whatever moved
-// its cursor before: pauses, resumes, a jump, or the pause of every ambient.
+// The joints of a sound's life as heard: a sound played again after it ran out by itself starts
+// from its beginning, whatever moved its cursor before; a stop, a pause, a cut-off or a steal
+// ends the old wave without a click.
+#include <cmath>
+#include <functional>
+
 #include "../base/module_fixture.h"
 #include "kxEngine.h"
 #include "listen.h"
+#include "spectrum.h"
 #include "wave_file.h"
 
 namespace {
@@ -63,6 +68,50 @@ TEST_F(Replays, AnAmbientKeepsItsBeginningAfterThePauseOfAll) {
     quiet = !loud;
   }
   EXPECT_GE(cycles, 3);
+}
+
+TEST_F(Replays, StopsPausesCutOffsAndStealsEndTheWaveWithoutAClick) {
+  Create("hum");
+  WaveShape shape;
+  shape.Data = Tone(441, 1.0, 22050, 1, 16, 0.5);
+  WriteWave(root, "hum.wav", shape);
+  char file[] = "hum.wav";  // the module writes the stored form back into it
+  ASSERT_EQ(qorSound_AddFile("hum", file), S_OK);
+  qorSound_SetNumStreams("hum", 1);
+  const double ownStep = 0.5 * 2 * std::sin(M_PI * 441 / 48000);
+  void *held = nullptr, *thief = nullptr;
+  const std::pair<const char*, std::function<void()>> joints[] = {
+      {"stop", [&] { qorSound_StopStream(held); }},
+      {"pause", [&] { qorSound_PauseStream(held); }},
+      {"steal",
+       [&] {
+         ASSERT_EQ(qorSound_QueryStream("hum", &thief, 0), thief);
+         qorSound_PlayStream(thief);
+       }},
+      {"cut-off", [&] { qorSound_PlaySound("hum", nullptr, -1); }},
+  };
+  for (const auto& [name, cut] : joints) {
+    const bool oneShot = std::string(name) == "cut-off";
+    if (oneShot) {
+      ASSERT_EQ(qorSound_PlaySound("hum", nullptr, -1), S_OK);
+    } else {
+      ASSERT_NE(qorSound_QueryStream("hum", &held, std::string(name) == "steal" ? STREAM_FLAG_STEALABLE : 0), nullptr);
+      ASSERT_EQ(qorSound_PlayStream(held), S_OK);
+    }
+    DropCapture();
+    // Left in the capture, so that the joint is heard: mid-period, far from a zero crossing.
+    for (int ms = 0; ms < 103; ms += 1) {
+      kxHost_Advance(1);
+      qorSound_Update();
+    }
+    cut();
+    Capture heard = ListenFrames(50, qorSound_Update);
+    EXPECT_LT(LargestStep(heard.Left), 1.5 * ownStep) << name;
+    qorSound_ReleaseStream(held);
+    qorSound_ReleaseStream(thief);
+    qorSound_LogoutSound("hum");
+    held = thief = nullptr;
+  }
 }
 
 }  // namespace
