@@ -1,6 +1,5 @@
 // What the mix makes of the source: levels against it, the pan law, the spectrum at every
 // rate a file may have, and the joints where a voice stops, jumps or ends.
-#include <cstring>
 #include <functional>
 
 #include "listening.h"
@@ -25,20 +24,6 @@ std::vector<int16_t> Sine(DWORD rate, std::vector<double> hz, double seconds, WO
 
 class Mix : public ListeningTest {
 protected:
-  IDirectSoundBuffer* Make(DWORD flags, WORD channels, DWORD rate, const std::vector<int16_t>& samples) {
-    WAVEFORMATEX format = Pcm(channels, 16, rate);
-    DSBUFFERDESC desc = Desc(flags, &format, static_cast<DWORD>(samples.size() * 2));
-    IDirectSoundBuffer* buffer = nullptr;
-    EXPECT_EQ(DS_OK, ds_->CreateSoundBuffer(&desc, &buffer, nullptr));
-    if (!buffer) return nullptr;
-    buffers_.push_back(buffer);
-    void* data = nullptr;
-    DWORD bytes = 0;
-    EXPECT_EQ(DS_OK, buffer->Lock(0, desc.dwBufferBytes, &data, &bytes, nullptr, nullptr, 0));
-    std::memcpy(data, samples.data(), bytes);
-    EXPECT_EQ(DS_OK, buffer->Unlock(data, bytes, nullptr, 0));
-    return buffer;
-  }
   static std::vector<float> Part(const std::vector<float>& s, double from, double to) {
     return std::vector<float>(s.begin() + static_cast<long>(from * kMixRate),
                               s.begin() + static_cast<long>(std::min<double>(to * kMixRate, s.size())));

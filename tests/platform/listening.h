@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 #include "dsound/dsound.h"
@@ -54,10 +55,10 @@ protected:
     return DSBUFFERDESC{DSBUFFERDESC_SIZE, flags, bytes, 0, format, {}};
   }
 
-  // A 16-bit buffer holding a 441 Hz tone in every channel but `silent`, released by the fixture.
-  IDirectSoundBuffer* Tone(DWORD flags, WORD channels, uint32_t frames, DWORD rate = kRate, int silent = -1) {
+  // A 16-bit buffer holding these interleaved samples, released by the fixture.
+  IDirectSoundBuffer* Make(DWORD flags, WORD channels, DWORD rate, const std::vector<int16_t>& samples) {
     WAVEFORMATEX format = Pcm(channels, 16, rate);
-    DSBUFFERDESC desc = Desc(flags, &format, frames * format.nBlockAlign);
+    DSBUFFERDESC desc = Desc(flags, &format, static_cast<DWORD>(samples.size() * 2));
     IDirectSoundBuffer* buffer = nullptr;
     EXPECT_EQ(DS_OK, ds_->CreateSoundBuffer(&desc, &buffer, nullptr));
     if (!buffer) return nullptr;
@@ -65,13 +66,19 @@ protected:
     void* data = nullptr;
     DWORD bytes = 0;
     EXPECT_EQ(DS_OK, buffer->Lock(0, desc.dwBufferBytes, &data, &bytes, nullptr, nullptr, 0));
-    auto* samples = static_cast<int16_t*>(data);
+    std::memcpy(data, samples.data(), bytes);
+    EXPECT_EQ(DS_OK, buffer->Unlock(data, bytes, nullptr, 0));
+    return buffer;
+  }
+
+  // A 441 Hz tone in every channel but `silent`.
+  IDirectSoundBuffer* Tone(DWORD flags, WORD channels, uint32_t frames, DWORD rate = kRate, int silent = -1) {
+    std::vector<int16_t> samples(size_t{frames} * channels);
     for (uint32_t i = 0; i < frames; ++i)
       for (WORD c = 0; c < channels; ++c)
         samples[i * channels + c] =
             c == silent ? 0 : static_cast<int16_t>(16000 * std::sin(2 * M_PI * i / kPeriod * kRate / rate));
-    EXPECT_EQ(DS_OK, buffer->Unlock(data, bytes, nullptr, 0));
-    return buffer;
+    return Make(flags, channels, rate, samples);
   }
 
   IDirectSound3DBuffer* Part3D(IDirectSoundBuffer* buffer) {
