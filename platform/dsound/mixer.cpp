@@ -3,9 +3,13 @@
 #include <algorithm>
 #include <cstring>
 
+#include "dsound/sinc_table.h"
 #include "dsound/voice.h"
 
 namespace kxdsound {
+
+// The interpolation tables are built here, not in the middle of a real-time piece.
+Mixer::Mixer(uint32_t rate) : rate_(rate) { SincTable::For(Voice::kUnit, 0.5); }
 
 void Mixer::Add(Voice* voice) {
   voices_.push_back(voice);

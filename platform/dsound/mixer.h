@@ -16,7 +16,7 @@ class Voice;
 
 class Mixer {
 public:
-  explicit Mixer(uint32_t rate) : rate_(rate) {}
+  explicit Mixer(uint32_t rate);
   uint32_t Rate() const { return rate_; }
   std::mutex& Lock() { return lock_; }
 
