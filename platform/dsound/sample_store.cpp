@@ -32,9 +32,17 @@ void ToFloat(const WAVEFORMATEX& format, const uint8_t* bytes, size_t size, floa
   }
 }
 
-// The converter passes 91% of the lower Nyquist and removes what lies above.
-double ContentLimit(uint32_t rate, uint32_t mixRate) {
-  return 0.5 * 0.91 * std::min(rate, mixRate) / mixRate;
+// The converter passes 91% of the lower Nyquist and removes what lies above; a recording is
+// taken to do the same below its own.
+double ContentLimit(uint32_t rate, uint32_t mixRate) { return 0.5 * 0.91 * std::min(rate, mixRate) / mixRate; }
+
+std::unique_ptr<MixFrames> Silence(uint32_t channels, uint64_t count, double content) {
+  std::unique_ptr<MixFrames> f(new MixFrames);
+  f->channels = channels;
+  f->count = count;
+  f->content = content;
+  f->samples.assign(count * channels, 0.0f);
+  return f;
 }
 
 }  // namespace
@@ -51,51 +59,50 @@ std::shared_ptr<SampleStore> SampleStore::Create(const WAVEFORMATEX& format, uin
   try {
     // Unsigned 8-bit samples are silent at 0x80, signed 16-bit ones at 0.
     store->bytes_.assign(size, format.wBitsPerSample == 8 ? 0x80 : 0);
-    store->frames_.reset(new MixFrames);
-    store->frames_->channels = format.nChannels;
-    store->frames_->content = ContentLimit(format.nSamplesPerSec, mixRate);
-    store->frames_->count = MixFrameCount(size / format.nBlockAlign, format.nSamplesPerSec, mixRate);
-    store->frames_->samples.assign(store->frames_->count * format.nChannels, 0.0f);
+    const uint64_t frames = size / format.nBlockAlign;
+    store->frames_ = Silence(format.nChannels, MixFrameCount(frames, format.nSamplesPerSec, mixRate),
+                             ContentLimit(format.nSamplesPerSec, mixRate));
+    if (store->Converted()) store->original_ = Silence(format.nChannels, frames, ContentLimit(1, 1));
   } catch (const std::bad_alloc&) {
     return nullptr;
   }
-  g_sampleBytes += size + FrameBytes(*store->frames_);
+  g_sampleBytes += store->HeldBytes();
   return store;
 }
 
-SampleStore::~SampleStore() { g_sampleBytes -= bytes_.size() + FrameBytes(*frames_); }
+SampleStore::~SampleStore() { g_sampleBytes -= HeldBytes(); }
+
+uint64_t SampleStore::HeldBytes() const {
+  return bytes_.size() + FrameBytes(*frames_) + (original_ ? FrameBytes(*original_) : 0);
+}
 
 bool SampleStore::Commit(Mixer& mixer) {
   const uint32_t channels = format_.nChannels;
   const uint64_t frames = bytes_.size() / format_.nBlockAlign;
-  std::unique_ptr<MixFrames> fresh(new (std::nothrow) MixFrames);
-  if (!fresh) return false;
+  std::unique_ptr<MixFrames> converted, original;
   try {
-    fresh->channels = channels;
-    fresh->count = MixFrameCount(frames, format_.nSamplesPerSec, mixRate_);
-    fresh->content = ContentLimit(format_.nSamplesPerSec, mixRate_);
-    fresh->samples.resize(fresh->count * channels);
-    if (format_.nSamplesPerSec == mixRate_) {
-      ToFloat(format_, bytes_.data(), bytes_.size(), fresh->samples.data());
+    original = Silence(channels, frames, ContentLimit(1, 1));
+    ToFloat(format_, bytes_.data(), bytes_.size(), original->samples.data());
+    if (!Converted()) {
+      converted = std::move(original);
     } else {
-      std::vector<float> input(frames * channels);
-      ToFloat(format_, bytes_.data(), bytes_.size(), input.data());
+      converted = Silence(channels, MixFrameCount(frames, format_.nSamplesPerSec, mixRate_),
+                          ContentLimit(format_.nSamplesPerSec, mixRate_));
       // High quality: a passband to 91% of the lower Nyquist, images and aliases under -100 dB.
       soxr_quality_spec_t quality = soxr_quality_spec(SOXR_HQ, 0);
       soxr_io_spec_t io = soxr_io_spec(SOXR_FLOAT32_I, SOXR_FLOAT32_I);
       size_t done = 0;
-      soxr_error_t error = soxr_oneshot(format_.nSamplesPerSec, mixRate_, channels, input.data(), frames, nullptr,
-                                        fresh->samples.data(), fresh->count, &done, &io, &quality, nullptr);
-      if (error) return false;
       // The converter may give a frame less than the rounded count: the rest stays silent.
+      if (soxr_oneshot(format_.nSamplesPerSec, mixRate_, channels, original->samples.data(), frames, nullptr,
+                       converted->samples.data(), converted->count, &done, &io, &quality, nullptr))
+        return false;
     }
   } catch (const std::bad_alloc&) {
     return false;
   }
-  {
-    std::lock_guard<std::mutex> hold(mixer.Lock());
-    frames_.swap(fresh);
-  }
+  std::lock_guard<std::mutex> hold(mixer.Lock());
+  frames_.swap(converted);
+  original_.swap(original);
   return true;
 }
 

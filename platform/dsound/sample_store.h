@@ -1,8 +1,9 @@
-// The samples of one loaded sound, shared by a buffer and all its duplicates. They are kept
-// twice: as written, in the buffer's own format (what Lock hands out), and as float frames at the
-// mix rate, converted with a band-limited resampler whenever written bytes are committed. The
-// mixer reads only the converted frames, so a sound at its own pitch needs no resampling at all
-// while it plays.
+// The samples of one loaded sound, shared by a buffer and all its duplicates. They are kept as
+// written, in the buffer's own format (what Lock hands out), and, whenever written bytes are
+// committed, as float frames twice: at the mix rate, converted with a band-limited resampler, so
+// that a sound played once at its own pitch needs no resampling at all while it plays; and at
+// the buffer's own rate, for loops, whose seam only a resampler working as it plays can join
+// (a converted loop's length is rarely a whole number of mix frames).
 #ifndef KX_PLATFORM_DSOUND_SAMPLE_STORE_H
 #define KX_PLATFORM_DSOUND_SAMPLE_STORE_H
 
@@ -39,8 +40,11 @@ public:
   uint32_t MixRate() const { return mixRate_; }
   // Converts what is written and hands it to the mixer, under its lock. False when memory runs out.
   bool Commit(Mixer& mixer);
-  // The converted frames; read under the mixer's lock.
+  // The converted frames, and those at the buffer's own rate (the same when the rates agree);
+  // read under the mixer's lock.
   const MixFrames& Frames() const { return *frames_; }
+  const MixFrames& Original() const { return original_ ? *original_ : *frames_; }
+  bool Converted() const { return format_.nSamplesPerSec != mixRate_; }
 
   // Frame positions between the buffer's own rate and the mix rate. A mix position is 32.32
   // fixed point; a buffer frame maps to the first mix position at or after it.
@@ -49,11 +53,13 @@ public:
 
 private:
   SampleStore(const WAVEFORMATEX& format, uint32_t mixRate) : format_(format), mixRate_(mixRate) {}
+  uint64_t HeldBytes() const;  // every byte held, for the counter
 
   const WAVEFORMATEX format_;
   const uint32_t mixRate_;
   std::vector<uint8_t> bytes_;
   std::unique_ptr<MixFrames> frames_;
+  std::unique_ptr<MixFrames> original_;  // null when the rates agree
 };
 
 // Frames the mix rate gives for frames at rate: rounded, and at least one for a non-empty buffer.

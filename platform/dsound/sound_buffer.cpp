@@ -249,7 +249,7 @@ void SoundBuffer::UpdateMixLocked() {
   const EarGains ears = part3d_ ? part3d_->Place() : EarGains{};
   const float level = VolumeToGain(volume_);
   voice_->SetGains(level * ears.left, level * ears.right);
-  voice_->SetStep(static_cast<double>(frequency_) / format_.nSamplesPerSec * ears.pitch);
+  voice_->SetSpeed(static_cast<double>(frequency_) / format_.nSamplesPerSec * ears.pitch);
 }
 
 }  // namespace kxdsound

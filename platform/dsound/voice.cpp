@@ -39,27 +39,39 @@ void MixCopy(const MixFrames& f, uint64_t pos, float* out, uint32_t n, float g[2
   g[1] = gr;
 }
 
+// One channel of the frames under the kernel. Eight running sums let the compiler keep the
+// products in vector registers instead of waiting on one sum.
+template <uint32_t Channels>
+float Dot(const float* kernel, const float* s) {
+  float lanes[8] = {};
+  for (int t = 0; t < SincTable::kTaps; t += 8)
+    for (int k = 0; k < 8; ++k) lanes[k] += kernel[t + k] * s[(t + k) * Channels];
+  return ((lanes[0] + lanes[4]) + (lanes[1] + lanes[5])) + ((lanes[2] + lanes[6]) + (lanes[3] + lanes[7]));
+}
+
 template <uint32_t Channels>
 void MixSinc(const MixFrames& f, uint64_t pos, uint64_t step, bool looping, float* out, uint32_t n, float g[2],
              const float d[2]) {
   const SincTable& table = SincTable::For(step, f.content);
   float kernel[SincTable::kTaps];
+  float edge[SincTable::kTaps * Channels];  // the frames under the kernel near the ends
   float gl = g[0], gr = g[1];
   const int64_t count = static_cast<int64_t>(f.count);
   for (uint32_t i = 0; i < n; ++i, pos += step) {
     table.Kernel(static_cast<uint32_t>(pos), kernel);
     const int64_t first = static_cast<int64_t>(pos >> 32) - SincTable::kBefore;
-    float acc[2] = {0, 0};
+    const float* s;
     if (first >= 0 && first + SincTable::kTaps <= count) {
-      const float* s = &f.samples[static_cast<size_t>(first) * Channels];
-      for (int t = 0; t < SincTable::kTaps; ++t)
-        for (uint32_t c = 0; c < Channels; ++c) acc[c] += kernel[t] * s[t * Channels + c];
+      s = &f.samples[static_cast<size_t>(first) * Channels];
     } else {
       for (int t = 0; t < SincTable::kTaps; ++t)
-        for (uint32_t c = 0; c < Channels; ++c) acc[c] += kernel[t] * Fetch(f, first + t, c, looping);
+        for (uint32_t c = 0; c < Channels; ++c) edge[t * Channels + c] = Fetch(f, first + t, c, looping);
+      s = edge;
     }
-    out[2 * i] += acc[0] * gl;
-    out[2 * i + 1] += acc[Channels - 1] * gr;
+    const float left = Dot<Channels>(kernel, s);
+    const float right = Channels == 1 ? left : Dot<Channels>(kernel, s + 1);
+    out[2 * i] += left * gl;
+    out[2 * i + 1] += right * gr;
     gl += d[0];
     gr += d[1];
   }
@@ -71,14 +83,45 @@ void MixSinc(const MixFrames& f, uint64_t pos, uint64_t step, bool looping, floa
 
 Voice::Voice(std::shared_ptr<SampleStore> samples) : samples_(std::move(samples)) {}
 
+const MixFrames& Voice::Source(const Run& run) const {
+  return run.original ? samples_->Original() : samples_->Frames();
+}
+
+uint64_t Voice::StepFor(bool original) const {
+  double step = speed_;
+  if (original) step *= static_cast<double>(samples_->Format().nSamplesPerSec) / samples_->MixRate();
+  return static_cast<uint64_t>(std::llround(step * static_cast<double>(kUnit)));
+}
+
+uint64_t Voice::PositionOf(uint32_t frame, bool original) const {
+  return original ? uint64_t{frame} << 32 : WholeFrame(samples_->MixPosition(frame));
+}
+
+void Voice::Rebase(bool original) {
+  if (main_.original == original) return;
+  const unsigned __int128 pos = main_.pos;
+  const uint32_t rate = samples_->Format().nSamplesPerSec, mix = samples_->MixRate();
+  main_.pos = original ? static_cast<uint64_t>(pos * rate / mix) : WholeFrame(static_cast<uint64_t>(pos * mix / rate));
+  main_.original = original;
+  main_.step = StepFor(original);
+}
+
 void Voice::Play(bool looping) {
+  const bool original = looping && samples_->Converted();
   looping_ = looping;
-  if (playing_) return;
-  if (cursorSet_) {
-    main_.pos = WholeFrame(samples_->MixPosition(cursor_));
-    cursorSet_ = false;
+  if (playing_) {
+    Rebase(original);
+    return;
   }
-  const uint64_t end = samples_->Frames().count << 32;
+  if (cursorSet_) {
+    main_.original = original;
+    main_.pos = PositionOf(cursor_, original);
+    main_.step = StepFor(original);
+    cursorSet_ = false;
+  } else {
+    Rebase(original);
+  }
+  const uint64_t end = Source(main_).count << 32;
   if (main_.pos >= end) {
     if (!looping || end == 0) {
       // Nothing left to play: it has played to its end.
@@ -104,14 +147,15 @@ void Voice::Stop() {
 uint32_t Voice::Cursor() const {
   if (cursorSet_) return cursor_;
   const uint32_t frames = samples_->Size() / samples_->Format().nBlockAlign;
-  return std::min(samples_->BufferFrame(main_.pos), frames);
+  const uint32_t at = main_.original ? static_cast<uint32_t>(main_.pos >> 32) : samples_->BufferFrame(main_.pos);
+  return std::min(at, frames);
 }
 
 void Voice::SetCursor(uint32_t frame) {
   if (playing_) {
     StartTail();
-    main_.pos = WholeFrame(samples_->MixPosition(frame));
-    const uint64_t end = samples_->Frames().count << 32;
+    main_.pos = PositionOf(frame, main_.original);
+    const uint64_t end = Source(main_).count << 32;
     if (main_.pos >= end && looping_ && end) main_.pos = 0;
     return;
   }
@@ -134,9 +178,9 @@ void Voice::SetGains(float left, float right) {
   main_.delta[1] = (right - main_.gain[1]) / glide;
 }
 
-void Voice::SetStep(double step) {
-  const double clamped = std::clamp(step, 1.0 / 1024, 64.0);
-  main_.step = static_cast<uint64_t>(std::llround(clamped * static_cast<double>(kUnit)));
+void Voice::SetSpeed(double speed) {
+  speed_ = std::clamp(speed, 1.0 / 1024, 64.0);
+  main_.step = StepFor(main_.original);
 }
 
 void Voice::StartTail() {
@@ -159,7 +203,7 @@ void Voice::Glide(Run& run, uint32_t frames) {
 }
 
 bool Voice::Mix(Run& run, bool looping, float* out, uint32_t frames) {
-  const MixFrames& f = samples_->Frames();
+  const MixFrames& f = Source(run);
   const uint64_t end = f.count << 32;
   static const float kSteady[2] = {0, 0};
   while (true) {

@@ -5,6 +5,9 @@
 // Changes of level glide over a few milliseconds, and a stop (or a jump of the cursor while
 // playing) lets what was heard fade out as a tail while the voice itself stops, or starts at
 // its new place, at once: the calls report exactly what DirectSound reports, without its click.
+//
+// A voice played once reads the frames converted to the mix rate; a looping one reads those at
+// the buffer's own rate through the interpolator, so that its seam stays seamless.
 #ifndef KX_PLATFORM_DSOUND_VOICE_H
 #define KX_PLATFORM_DSOUND_VOICE_H
 
@@ -15,6 +18,7 @@
 namespace kxdsound {
 
 class SampleStore;
+struct MixFrames;
 
 class Voice {
 public:
@@ -37,8 +41,8 @@ public:
   void SetCursor(uint32_t frame);
   // Targets for each ear, reached over a short glide while the voice plays.
   void SetGains(float left, float right);
-  // Frames of the voice per output frame, 1 at its own pitch.
-  void SetStep(double step);
+  // Speed against the buffer's own pitch: 1 plays it as recorded.
+  void SetSpeed(double speed);
 
   // Adds frames of stereo output to out.
   void Render(float* out, uint32_t frames);
@@ -50,6 +54,7 @@ public:
 private:
   // One reading of the samples: the voice itself, or the tail of what it played before.
   struct Run {
+    bool original = false;  // reads the frames at the buffer's own rate, not the converted ones
     uint64_t pos = 0;
     uint64_t step = kUnit;
     float gain[2] = {0, 0};
@@ -58,6 +63,11 @@ private:
     uint32_t ramp = 0;  // frames left of the glide toward target
   };
   void Glide(Run& run, uint32_t frames);
+  const MixFrames& Source(const Run& run) const;
+  uint64_t StepFor(bool original) const;
+  uint64_t PositionOf(uint32_t frame, bool original) const;
+  // Moves the main run onto the other frames, at the same place.
+  void Rebase(bool original);
   // Mixes up to frames of run; false when it ran off the end of the samples (not looping).
   bool Mix(Run& run, bool looping, float* out, uint32_t frames);
   void StartTail();
@@ -68,6 +78,7 @@ private:
   bool tailLooping_ = false;
   bool playing_ = false;
   bool looping_ = false;
+  double speed_ = 1.0;
   // A cursor set while stopped is reported as set, not as the mix position it maps to.
   bool cursorSet_ = true;
   uint32_t cursor_ = 0;

@@ -176,4 +176,28 @@ TEST_F(Mix, EndsAreEndsAndAReplayStartsFromTheBeginning) {
   EXPECT_NEAR(441, heard.Hz(0.01, 0.06), 30) << "the beginning first";
 }
 
+// A loop whose samples join up sounds as one unbroken tone, whatever its rate and even when its
+// length is no whole number of mix frames.
+TEST_F(Mix, ALoopIsSeamlessAtAnyRate) {
+  struct Case {
+    DWORD rate;
+    uint32_t frames;
+    double hz;  // a whole number of periods in the loop
+  };
+  for (const Case& c : {Case{11025, 11025, 441}, Case{22050, 2000, 441}, Case{44100, 4000, 441}, Case{96000, 2000, 480}}) {
+    std::vector<int16_t> loop(c.frames);
+    for (uint32_t i = 0; i < c.frames; ++i) loop[i] = static_cast<int16_t>(16000 * std::sin(2 * M_PI * c.hz * i / c.rate));
+    IDirectSoundBuffer* b = Make(k2D, 1, c.rate, loop);
+    kxHost_Advance(20);
+    DropCapture();
+    ASSERT_EQ(DS_OK, b->Play(0, 0, DSBPLAY_LOOPING));
+    Capture heard = ::Listen(1500);
+    double worst = 0;
+    for (size_t i = kMixRate / 100; i < heard.Left.size(); ++i)
+      worst = std::max(worst, std::fabs(heard.Left[i] - kAmplitude * std::sin(2 * M_PI * c.hz * i / kMixRate)));
+    EXPECT_LT(Db(worst / kAmplitude), -60.0) << c.rate << " Hz, " << c.frames << " frames";
+    ASSERT_EQ(DS_OK, b->Stop());
+  }
+}
+
 }  // namespace
