@@ -66,11 +66,12 @@ std::shared_ptr<SampleStore> SampleStore::Create(const WAVEFORMATEX& format, uin
   } catch (const std::bad_alloc&) {
     return nullptr;
   }
-  g_sampleBytes += store->HeldBytes();
+  store->counted_ = store->HeldBytes();
+  g_sampleBytes += store->counted_;
   return store;
 }
 
-SampleStore::~SampleStore() { g_sampleBytes -= HeldBytes(); }
+SampleStore::~SampleStore() { g_sampleBytes -= counted_; }
 
 uint64_t SampleStore::HeldBytes() const {
   return bytes_.size() + FrameBytes(*frames_) + (original_ ? FrameBytes(*original_) : 0);

@@ -60,6 +60,7 @@ private:
   std::vector<uint8_t> bytes_;
   std::unique_ptr<MixFrames> frames_;
   std::unique_ptr<MixFrames> original_;  // null when the rates agree
+  uint64_t counted_ = 0;                 // in kxDSound_SampleBytes; sizes never change after Create
 };
 
 // Frames the mix rate gives for frames at rate: rounded, and at least one for a non-empty buffer.
