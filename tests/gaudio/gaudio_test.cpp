@@ -79,7 +79,7 @@ protected:
     ASSERT_EQ(0, kxHost_SetAudioOutput("offline"));
     audio_ = std::make_unique<gaudio::GAudio>();
     ASSERT_EQ(gaudio::ERR_OK, audio_->init(gaudio::DEVICE_DEFAULT, 44100, 0));
-    ASSERT_EQ(44100u, kxHost_CaptureRate(1));
+    ASSERT_EQ(48000u, kxHost_CaptureRate(1));
     DropCapture(1);
     g_ended = 0;
   }
