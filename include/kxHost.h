@@ -58,6 +58,9 @@ KX_EXPORT int32_t kxHost_SetAudioOutput(const char* mode);
 KX_EXPORT uint32_t kxHost_TakeCapture(int device, float* stereo, uint32_t maxFrames);
 // The sample rate of that capture; 0 when there is none.
 KX_EXPORT uint32_t kxHost_CaptureRate(int device);
+// The rate output 0 (effects) or 1 (music) mixes at, in any mode: the sound card's own for
+// "device", 48000 for "null" and "offline"; 0 while that output is not open.
+KX_EXPORT uint32_t kxHost_MixRate(int device);
 
 // Reads an engine variable such as "sounds_created": 0 when it exists, -1 otherwise.
 KX_EXPORT int32_t kxHost_GetVar(const char* name, int32_t* value);

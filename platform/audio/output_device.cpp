@@ -19,6 +19,7 @@ constexpr uint32_t kChunkFrames = 256;
 // OpenAL Soft's null backend: what alcOpenDevice gives where it is configured and no real output exists.
 constexpr const char* kNoOutputName = "No Output";
 
+// The newest output opened on each index: the one its capture records and whose rate a host reads.
 std::mutex g_ownerLock;
 OutputDevice* g_owners[kOutputCount] = {};
 
@@ -27,11 +28,9 @@ bool IsOwner(const OutputDevice* device) {
   return g_owners[device->Index()] == device;
 }
 
-uint32_t ClampRate(uint32_t rate) { return std::clamp<uint32_t>(rate, 8000, 192000); }
-
 }  // namespace
 
-std::unique_ptr<OutputDevice> OutputDevice::Open(int index, uint32_t rate) {
+std::unique_ptr<OutputDevice> OutputDevice::Open(int index) {
   if (index < 0 || index >= kOutputCount) return nullptr;
   OutputMode mode = CurrentOutputMode();
   if (mode == OutputMode::None) return nullptr;
@@ -45,12 +44,12 @@ std::unique_ptr<OutputDevice> OutputDevice::Open(int index, uint32_t rate) {
     out->device_ = alcLoopbackOpenDeviceSOFT(nullptr);
     if (!out->device_) return nullptr;
   }
-  if (!out->CreateContext(rate)) return nullptr;
+  if (!out->CreateContext()) return nullptr;
+  {
+    std::lock_guard<std::mutex> hold(g_ownerLock);
+    g_owners[index] = out.get();
+  }
   if (mode == OutputMode::Offline) {
-    {
-      std::lock_guard<std::mutex> hold(g_ownerLock);
-      g_owners[index] = out.get();
-    }
     RestartCapture(index, out->rate_);
     kxHost_AddAdvanceListener(&OutputDevice::OnAdvance, out.get());
   } else if (mode == OutputMode::Null) {
@@ -60,8 +59,8 @@ std::unique_ptr<OutputDevice> OutputDevice::Open(int index, uint32_t rate) {
 }
 
 OutputDevice::~OutputDevice() {
-  if (mode_ == OutputMode::Offline) {
-    kxHost_RemoveAdvanceListener(&OutputDevice::OnAdvance, this);
+  if (mode_ == OutputMode::Offline) kxHost_RemoveAdvanceListener(&OutputDevice::OnAdvance, this);
+  {
     std::lock_guard<std::mutex> hold(g_ownerLock);
     if (g_owners[index_] == this) g_owners[index_] = nullptr;
   }
@@ -70,23 +69,29 @@ OutputDevice::~OutputDevice() {
   if (device_) alcCloseDevice(device_);
 }
 
-bool OutputDevice::CreateContext(uint32_t rate) {
-  rate = ClampRate(rate);
+bool OutputDevice::CreateContext() {
   // HRTF off: plain stereo panning, the same on every machine.
-  std::vector<ALCint> attrs = {ALC_FREQUENCY,      static_cast<ALCint>(rate),
-                               ALC_MONO_SOURCES,   kMonoSources,
-                               ALC_STEREO_SOURCES, kStereoSources,
-                               ALC_HRTF_SOFT,      ALC_FALSE};
+  std::vector<ALCint> attrs = {ALC_MONO_SOURCES, kMonoSources, ALC_STEREO_SOURCES, kStereoSources,
+                               ALC_HRTF_SOFT,    ALC_FALSE};
   if (mode_ != OutputMode::Device) {
-    // Float output needs no limiter, and without one the captured levels are exact.
-    attrs.insert(attrs.end(), {ALC_FORMAT_CHANNELS_SOFT, ALC_STEREO_SOFT, ALC_FORMAT_TYPE_SOFT, ALC_FLOAT_SOFT,
-                               ALC_OUTPUT_LIMITER_SOFT, ALC_FALSE});
+    // A loopback device has no rate of its own and must be given one. Float output needs no
+    // limiter, and without one the captured levels are exact.
+    attrs.insert(attrs.end(), {ALC_FREQUENCY, static_cast<ALCint>(kLoopbackRate), ALC_FORMAT_CHANNELS_SOFT,
+                               ALC_STEREO_SOFT, ALC_FORMAT_TYPE_SOFT, ALC_FLOAT_SOFT, ALC_OUTPUT_LIMITER_SOFT,
+                               ALC_FALSE});
   }
   attrs.push_back(0);
   ALCcontext* context = alcCreateContext(device_, attrs.data());
   if (!context) return false;
+  // A real device mixes at the rate its driver chose.
+  ALCint rate = 0;
+  alcGetIntegerv(device_, ALC_FREQUENCY, 1, &rate);
+  if (rate <= 0) {
+    alcDestroyContext(context);
+    return false;
+  }
   context_ = context;
-  rate_ = rate;
+  rate_ = static_cast<uint32_t>(rate);
   carry_ = 0;
   ContextScope scope(context_);
   alDistanceModel(AL_INVERSE_DISTANCE_CLAMPED);
@@ -99,20 +104,6 @@ void OutputDevice::DestroyContext() {
   if (alcGetCurrentContext() == context_) alcMakeContextCurrent(nullptr);
   alcDestroyContext(context_);
   context_ = nullptr;
-}
-
-bool OutputDevice::SetRate(uint32_t rate) {
-  if (ClampRate(rate) == rate_) return true;
-  std::lock_guard<std::mutex> hold(renderLock_);
-  ALCcontext* old = context_;
-  context_ = nullptr;
-  // A device takes the attributes of its newest context; the old one goes first so that
-  // nothing of it holds the device at the old rate.
-  if (alcGetThreadContext() == old) alcSetThreadContext(nullptr);
-  alcDestroyContext(old);
-  if (!CreateContext(rate) && !CreateContext(rate_)) return false;
-  if (mode_ == OutputMode::Offline && IsOwner(this)) RestartCapture(index_, rate_);
-  return context_ != nullptr && rate_ == ClampRate(rate);
 }
 
 void OutputDevice::SetRenderHook(RenderHook hook, void* context) {
@@ -151,18 +142,13 @@ void OutputDevice::OnAdvance(uint32_t milliseconds, void* self) {
 // The null output keeps real time with a clock of its own and drops what it renders.
 void OutputDevice::RunNull() {
   using Clock = std::chrono::steady_clock;
-  auto start = Clock::now();
-  uint32_t rate = 0;
+  const auto start = Clock::now();
+  const uint64_t rate = rate_;
   uint64_t rendered = 0;
   std::unique_lock<std::mutex> wait(nullLock_);
   while (!nullWake_.wait_for(wait, std::chrono::milliseconds(10), [this] { return nullStop_; })) {
     std::lock_guard<std::mutex> hold(renderLock_);
     if (!context_) continue;
-    if (rate != rate_) {
-      rate = rate_;
-      start = Clock::now();
-      rendered = 0;
-    }
     auto elapsed = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start).count();
     uint64_t due = static_cast<uint64_t>(elapsed) * rate / 1000000;
     // After a stall, skip ahead rather than render a burst.
@@ -191,3 +177,9 @@ ContextScope::~ContextScope() {
 }
 
 }  // namespace kxaudio
+
+extern "C" KX_EXPORT uint32_t kxHost_MixRate(int device) {
+  if (device < 0 || device >= kxaudio::kOutputCount) return 0;
+  std::lock_guard<std::mutex> hold(kxaudio::g_ownerLock);
+  return kxaudio::g_owners[device] ? kxaudio::g_owners[device]->Rate() : 0;
+}

@@ -23,21 +23,19 @@ namespace kxaudio {
 
 constexpr int kEffectsOutput = 0;
 constexpr int kMusicOutput = 1;
-constexpr uint32_t kDefaultRate = 48000;
+// The rate the loopback outputs (null, offline) mix at, as a sound card of today would.
+constexpr uint32_t kLoopbackRate = 48000;
 
 class KX_EXPORT OutputDevice {
 public:
-  // The output of that index in the current mode, mixing at rate; null when the mode has no
-  // device, the system has no real output, or OpenAL refuses. In offline mode the last device
-  // opened on an index is the one its capture records.
-  static std::unique_ptr<OutputDevice> Open(int index, uint32_t rate);
+  // The output of that index in the current mode, mixing at the output's own rate: the
+  // device's for `device`, kLoopbackRate otherwise. Null when the mode has no device, the
+  // system has no real output, or OpenAL refuses. In offline mode the last device opened on an
+  // index is the one its capture records.
+  static std::unique_ptr<OutputDevice> Open(int index);
   ~OutputDevice();
   OutputDevice(const OutputDevice&) = delete;
   OutputDevice& operator=(const OutputDevice&) = delete;
-
-  // Makes a new context at another mixing rate. OpenAL objects do not survive it: call it only
-  // while no source or buffer exists. False keeps the old context.
-  bool SetRate(uint32_t rate);
 
   // Runs on the rendering thread (offline advance, the null output's clock) before each piece
   // of rendering, with the frames about to be rendered, so that streaming sources can be fed
@@ -53,7 +51,7 @@ public:
 
 private:
   OutputDevice(int index, OutputMode mode) : index_(index), mode_(mode) {}
-  bool CreateContext(uint32_t rate);
+  bool CreateContext();
   void DestroyContext();
   void Render(uint32_t frames, bool capture);
   static void OnAdvance(uint32_t milliseconds, void* self);
@@ -67,7 +65,7 @@ private:
   uint32_t rate_ = 0;
   // Offline: milliseconds x rate not yet rendered, in thousandths of a frame.
   uint64_t carry_ = 0;
-  // Rendering (offline or the null thread) against context changes.
+  // Rendering (offline or the null thread) against the hook and the context's end.
   std::mutex renderLock_;
   std::vector<float> scratch_;
   RenderHook hook_ = nullptr;

@@ -29,7 +29,7 @@ using kxaudio::ContextScope;
 
 Device* Device::Open() {
   std::unique_ptr<kxaudio::OutputDevice> output =
-      kxaudio::OutputDevice::Open(kxaudio::kEffectsOutput, kxaudio::kDefaultRate);
+      kxaudio::OutputDevice::Open(kxaudio::kEffectsOutput);
   if (!output) return nullptr;
   Device* device = new (std::nothrow) Device(std::move(output));
   if (!device) return nullptr;

@@ -48,8 +48,8 @@ GAudio::Impl::~Impl() {
   output.reset();
 }
 
-bool GAudio::Impl::Open(uint32_t rate) {
-  output = kxaudio::OutputDevice::Open(kxaudio::kMusicOutput, rate ? rate : kxaudio::kDefaultRate);
+bool GAudio::Impl::Open() {
+  output = kxaudio::OutputDevice::Open(kxaudio::kMusicOutput);
   if (!output) return false;
   if (Offline()) {
     // Time moves only when the host advances: feed between the pieces the output renders,
@@ -143,10 +143,10 @@ GAudio::GAudio() : impl_(new Impl) {}
 
 GAudio::~GAudio() { delete impl_; }
 
-ErrCode GAudio::init(DeviceType type, unsigned rate, int flags) {
+ErrCode GAudio::init(DeviceType type, unsigned, int) {
   if (type != DEVICE_DEFAULT) return ERR_FAIL;
   if (impl_->output) return ERR_OK;
-  return impl_->Open(rate) ? ERR_OK : ERR_FAIL;
+  return impl_->Open() ? ERR_OK : ERR_FAIL;
 }
 
 ErrCode GAudio::getSoundClass(SoundClass soundClass, const void* description, GAudioSound** sound) {

@@ -84,7 +84,9 @@ public:
   GAudio(const GAudio&) = delete;
   GAudio& operator=(const GAudio&) = delete;
 
-  // Opens the music output (the mode of kxHost_SetAudioOutput) at the rate.
+  // Opens the music output (the mode of kxHost_SetAudioOutput). The rate asked for is where
+  // the caller's music would be mixed; the output mixes at its own, and every sound is
+  // converted to it.
   ErrCode init(DeviceType type, unsigned rate, int flags);
   // description: a GAudioSoundDesc. A file or image that libmpg123 cannot decode is refused.
   ErrCode getSoundClass(SoundClass soundClass, const void* description, GAudioSound** sound);

@@ -20,7 +20,7 @@ class StreamSound;
 struct GAudio::Impl {
   ~Impl();
 
-  bool Open(uint32_t rate);
+  bool Open();
   ALCcontext* Context() const { return output->Context(); }
   bool Offline() const { return output->Mode() == kxaudio::OutputMode::Offline; }
 

@@ -8,13 +8,14 @@ namespace gaudio {
 using kxaudio::ContextScope;
 
 StreamSound::StreamSound(GAudio::Impl& owner, std::unique_ptr<Mp3Decoder> decoder)
-    : owner_(owner), decoder_(std::move(decoder)) {
-  bufferFrames_ = std::max<size_t>(1, size_t{decoder_->Rate()} * kBufferMs / 1000);
-  scratch_.resize(bufferFrames_ * 2);
-}
+    : owner_(owner), decoder_(std::move(decoder)) {}
 
 StreamSound* StreamSound::Create(GAudio::Impl& owner, std::unique_ptr<Mp3Decoder> decoder) {
   std::unique_ptr<StreamSound> sound(new StreamSound(owner, std::move(decoder)));
+  sound->resampler_ = Resampler::Create(*sound->decoder_, owner.output->Rate());
+  if (!sound->resampler_) return nullptr;
+  sound->bufferFrames_ = std::max<size_t>(1, size_t{owner.output->Rate()} * kBufferMs / 1000);
+  sound->scratch_.resize(sound->bufferFrames_ * 2);
   alGetError();
   alGenSources(1, &sound->source_);
   if (alGetError() != AL_NO_ERROR) return nullptr;
@@ -79,13 +80,13 @@ void StreamSound::Reclaim() {
 size_t StreamSound::Fill() {
   size_t queued = 0;
   while (!decoded_ && !free_.empty()) {
-    size_t frames = decoder_->Read(scratch_.data(), bufferFrames_);
+    size_t frames = resampler_->Read(scratch_.data(), bufferFrames_);
     if (frames < bufferFrames_) decoded_ = true;
     if (frames == 0) break;
     ALuint buffer = free_.back();
     free_.pop_back();
-    alBufferData(buffer, AL_FORMAT_STEREO16, scratch_.data(), static_cast<ALsizei>(frames * 2 * sizeof(int16_t)),
-                 static_cast<ALsizei>(decoder_->Rate()));
+    alBufferData(buffer, AL_FORMAT_STEREO_FLOAT32, scratch_.data(), static_cast<ALsizei>(frames * 2 * sizeof(float)),
+                 static_cast<ALsizei>(resampler_->Rate()));
     for (size_t i = 0; i < kBufferCount; ++i) {
       if (buffers_[i] == buffer) framesIn_[i] = frames;
     }
@@ -146,7 +147,7 @@ int32_t StreamSound::Play() {
   if (state_ == State::Playing) return 1;
   if (state_ == State::Stopped) {
     Empty();
-    if (!decoder_->Rewind()) return 0;
+    if (!resampler_->Rewind()) return 0;
     decoded_ = false;
   }
   state_ = State::Playing;
@@ -195,7 +196,8 @@ int32_t StreamSound::GetPositionMs() {
   ContextScope scope(owner_.Context());
   ALint offset = 0;
   alGetSourcei(source_, AL_SAMPLE_OFFSET, &offset);
-  return static_cast<int32_t>((played_ + static_cast<uint64_t>(std::max(offset, 0))) * 1000 / decoder_->Rate());
+  // Frames at the output's rate, told as the file's own time.
+  return static_cast<int32_t>((played_ + static_cast<uint64_t>(std::max(offset, 0))) * 1000 / resampler_->Rate());
 }
 
 int32_t StreamSound::SetVolume(float volume) {

@@ -1,5 +1,6 @@
-// The sound object gaudio hands out: an MP3 decoder feeding a streaming OpenAL source
-// through a small ring of buffers. The library's work (music thread or offline advance)
+// The sound object gaudio hands out: an MP3 decoder, converted to the output's rate, feeding a
+// streaming OpenAL source through a small ring of buffers. The source plays at the rate the
+// output mixes at, so OpenAL's own resampler has nothing to do. The library's work (music thread or offline advance)
 // calls Service; the caller's thread calls the GAudioSound operations. Both hold the
 // library's lock around everything here.
 #ifndef KX_PLATFORM_GAUDIO_STREAM_SOUND_H
@@ -13,12 +14,13 @@
 #include "gaudio/gaudio.h"
 #include "gaudio/library.h"
 #include "gaudio/mp3_decoder.h"
+#include "gaudio/resampler.h"
 
 namespace gaudio {
 
 class StreamSound final : public GAudioSound {
 public:
-  // A stopped sound on a source of the owner's context; null when OpenAL refuses.
+  // A stopped sound on a source of the owner's context; null when OpenAL or the resampler refuses.
   // Lock held, music context current.
   static StreamSound* Create(GAudio::Impl& owner, std::unique_ptr<Mp3Decoder> decoder);
   ~StreamSound();
@@ -73,15 +75,16 @@ private:
 
   GAudio::Impl& owner_;
   std::unique_ptr<Mp3Decoder> decoder_;
+  std::unique_ptr<Resampler> resampler_;
   ALuint source_ = 0;
   std::array<ALuint, kBufferCount> buffers_{};
   std::array<size_t, kBufferCount> framesIn_{};
   std::vector<ALuint> free_;
-  std::vector<int16_t> scratch_;
+  std::vector<float> scratch_;
   size_t bufferFrames_ = 0;
   State state_ = State::Stopped;
   bool decoded_ = false;  // the decoder has given its last sample
-  uint64_t played_ = 0;   // frames of the buffers that have left the queue played
+  uint64_t played_ = 0;   // frames, at the output's rate, of the buffers that have left the queue played
   float volume_ = 1.0f;
   GAudioNotifyCallback callback_ = nullptr;
 };

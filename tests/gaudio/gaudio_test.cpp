@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "gaudio/gaudio.h"
+#include "gaudio/mp3_decoder.h"
 #include "kxHost.h"
 #include "listen.h"
 #include "mp3_file.h"
@@ -79,7 +80,7 @@ protected:
     ASSERT_EQ(0, kxHost_SetAudioOutput("offline"));
     audio_ = std::make_unique<gaudio::GAudio>();
     ASSERT_EQ(gaudio::ERR_OK, audio_->init(gaudio::DEVICE_DEFAULT, 44100, 0));
-    ASSERT_EQ(44100u, kxHost_CaptureRate(1));
+    ASSERT_EQ(48000u, kxHost_CaptureRate(1));
     DropCapture(1);
     g_ended = 0;
   }
@@ -210,6 +211,41 @@ TEST_F(GAudioTest, PauseContinuesWhereItStoppedAndStopRewinds) {
   EXPECT_EQ(1, sound->Pause());
   EXPECT_EQ(1, sound->Stop());
   sound->Release();
+}
+
+// Every rate MPEG audio has, with a tone at 0.4 of it and a low one: each is heard at the
+// source's pitch and level at the output's rate, and nothing else (no image of the tone
+// above the file's band, no alias, no distortion) comes within 50 dB of it.
+TEST_F(GAudioTest, EveryFileRateIsHeardCleanAtTheOutputRate) {
+  const int rates[] = {8000, 11025, 16000, 22050, 24000, 32000, 44100, 48000};
+  for (int rate : rates) {
+    for (double fraction : {0.4, 0.05}) {
+      const double hz = fraction * rate;
+      std::string path = MakeMp3(dir_, "tone" + std::to_string(rate) + ".mp3", hz, 1.0, rate);
+      if (path.empty()) GTEST_SKIP() << "lame is not installed";
+      // The source: the file decoded at its own rate.
+      auto decoder = gaudio::Mp3Decoder::OpenFile(path.c_str());
+      ASSERT_TRUE(decoder) << path;
+      std::vector<int16_t> pcm(size_t{2} * rate);
+      pcm.resize(decoder->Read(pcm.data(), rate) * 2);
+      std::vector<float> source;
+      for (size_t i = pcm.size() / 4; i < pcm.size(); i += 2) source.push_back(pcm[i] / 32768.0f);
+      const double sourceRms = Spectrum(source, rate).ToneRms(hz);
+
+      GAudioSound* sound = Load(path);
+      ASSERT_NE(nullptr, sound);
+      ASSERT_EQ(1, sound->Play());
+      Capture heard = Listen(900, 1);
+      sound->Release();
+      // Past the start, where the window would see the tone begin.
+      std::vector<float> steady(heard.Left.begin() + heard.Rate / 5, heard.Left.end());
+      Spectrum spectrum(steady, heard.Rate);
+      SCOPED_TRACE(std::to_string(rate) + " Hz file, tone of " + std::to_string(hz) + " Hz");
+      EXPECT_NEAR(hz, spectrum.PeakHz(), hz * 1e-4);
+      EXPECT_NEAR(0.0, Decibels(spectrum.ToneRms(hz), sourceRms), 0.1);
+      EXPECT_LT(spectrum.WorstSpuriousDb(hz), -50.0);
+    }
+  }
 }
 
 // The caller may reuse its record, path and image as soon as getSoundClass returns.

@@ -7,7 +7,6 @@
 #include "../base/module_fixture.h"
 #include "kxEngine.h"
 #include "listen.h"
-#include "spectrum.h"
 #include "wave_file.h"
 
 namespace {

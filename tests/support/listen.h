@@ -1,6 +1,7 @@
 // Listening to the offline output: render a stretch of time and measure it.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -27,3 +28,28 @@ Capture ListenFrames(uint32_t milliseconds, void (*frame)(), int device = 0, uin
 void DropCapture(int device = 0);
 // 20 log10(a / b).
 double Decibels(double a, double b);
+
+// The power spectrum of a stretch of sound, Blackman-Harris windowed (sidelobes below
+// -92 dB), over the longest power-of-two count of samples from the start.
+class Spectrum {
+public:
+  Spectrum(const std::vector<float>& samples, uint32_t rate);
+  // RMS of a sine near hz, from the power of its window's main lobe.
+  double ToneRms(double hz) const;
+  // The frequency of the strongest peak, interpolated between bins.
+  double PeakHz() const;
+  // dB of the strongest bin outside the tones' main lobes against the strongest tone's own
+  // strongest bin.
+  double WorstSpuriousDb(const std::vector<double>& tonesHz) const;
+  double WorstSpuriousDb(double toneHz) const { return WorstSpuriousDb(std::vector<double>{toneHz}); }
+
+private:
+  size_t Bin(double hz) const;
+  double binHz_ = 0;
+  std::vector<double> power_;
+};
+
+// The worst alias, image, harmonic or other peak of samples, in dB against the tone at toneHz.
+double WorstSpuriousDb(const std::vector<float>& samples, uint32_t rate, double toneHz);
+// The largest difference between neighbouring samples: a click stands out against a tone's own.
+double LargestStep(const std::vector<float>& samples);

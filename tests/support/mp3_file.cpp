@@ -14,15 +14,16 @@ bool HaveLame() {
 
 }  // namespace
 
-std::string MakeMp3(TempDir& dir, const std::string& relativePath, double hz, double seconds, int rate) {
+std::string MakeMp3(TempDir& dir, const std::string& relativePath, double hz, double seconds, int rate,
+                    double amplitude) {
   if (!HaveLame()) return "";
   WaveShape source;
   source.Channels = 1;
   source.SampleRate = static_cast<uint32_t>(rate);
-  source.Data = Tone(hz, seconds, rate, 1, 16, 0.5);
+  source.Data = Tone(hz, seconds, rate, 1, 16, amplitude);
   const std::string wave = WriteWave(dir, relativePath + ".source.wav", source);
   const std::string mp3 = dir.file(relativePath);
-  const std::string command = "lame --quiet -b 64 -m m '" + wave + "' '" + mp3 + "'";
+  const std::string command = "lame --quiet -b 64 -m m --lowpass -1 '" + wave + "' '" + mp3 + "'";
   const bool made = std::system(command.c_str()) == 0;
   std::remove(wave.c_str());
   return made ? mp3 : "";

@@ -12,7 +12,7 @@ TEST(KxsoundDemoTest, RendersAScenePlayableAgainFromWhatItLeaves) {
   ASSERT_EQ(demo.Status, 0) << demo.Err;
   EXPECT_TRUE(here.exists("kxsound-demo/Sounds.qorSound"));
   WavSound wav = ReadWav(here.file("demo.wav"));
-  ASSERT_EQ(wav.Rate, 44100u);
+  ASSERT_EQ(wav.Rate, 48000u);
   EXPECT_GT(wav.Seconds(), 15);
   EXPECT_LT(wav.Seconds(), 25);
   // Something is heard all through, and it moves: both sides lead somewhere.

@@ -1,8 +1,14 @@
 // kxsound run: scene scripts rendered offline into WAV files, traced, and refused.
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <cstdio>
+#include <iterator>
 #include <sstream>
+#include <vector>
 
+#include "listen.h"
+#include "mp3_file.h"
 #include "temp_dir.h"
 #include "tool_process.h"
 
@@ -54,10 +60,12 @@ const char kScene[] =
 TEST_F(KxsoundRunTest, RendersEachPartOfTheSceneWhereItBelongs) {
   ToolRun run = Run(kScene, {"--output", "wav:" + work.file("out.wav")});
   ASSERT_EQ(run.Status, 0) << run.Err;
-  EXPECT_NE(run.Out.find("Rendered 2.5 s of sound into"), std::string::npos) << run.Out;
+  EXPECT_NE(run.Out.find("kxsound: rendered 2.5 s to " + work.file("out.wav") + ", peak -"), std::string::npos)
+      << run.Out;
+  EXPECT_NE(run.Out.find(" dBFS, 0 samples clipped\n"), std::string::npos) << run.Out;
 
   WavSound wav = ReadWav(work.file("out.wav"));
-  ASSERT_EQ(wav.Rate, 44100u) << "missing or malformed WAV";
+  ASSERT_EQ(wav.Rate, 48000u) << "missing or malformed WAV: the file is written at the rate the outputs mix at";
   EXPECT_NEAR(wav.Seconds(), 2.5, 0.01);
   const double quiet = 1e-3;
   // The beep, in the middle.
@@ -80,8 +88,59 @@ TEST_F(KxsoundRunTest, MixesTheMusicIntoTheSameFile) {
   ToolRun run = Run("TestMP3\nwait 1500\n", {"--output", "wav:" + work.file("music.wav")});
   ASSERT_EQ(run.Status, 0) << run.Err;
   WavSound wav = ReadWav(work.file("music.wav"));
-  ASSERT_EQ(wav.Rate, 44100u);
+  ASSERT_EQ(wav.Rate, 48000u);
   EXPECT_GT(wav.Rms(true, 0.2, 1.5), 0.01);
+}
+
+// Music 77 dB down, 6 steps of 16 bits: dithered, it keeps its level and shape over a floor
+// of noise 96 dB down, with none of the harmonics that rounding alone would give it.
+TEST_F(KxsoundRunTest, QuietSoundIsDitheredNotDistorted) {
+  if (MakeMp3(*root_, "music/whisper.mp3", 1000, 1.0, 48000, 0.02).empty()) GTEST_SKIP() << "lame is not installed";
+  ToolRun run = Run("LoadMP3 music\\whisper 0\nSetVolumeMP3 1\nPlayMP3\nwait 1500\n",
+                    {"--output", "wav:" + work.file("quiet.wav")});
+  ASSERT_EQ(run.Status, 0) << run.Err;
+  WavSound wav = ReadWav(work.file("quiet.wav"));
+  ASSERT_EQ(wav.Rate, 48000u);
+  // After the tone: the dither alone, half a step RMS.
+  EXPECT_NEAR(-96.3, Decibels(wav.Rms(true, 1.1, 1.5), 1.0), 0.5);
+  EXPECT_NEAR(-96.3, Decibels(wav.Rms(false, 1.1, 1.5), 1.0), 0.5);
+
+  std::vector<float> tone(wav.Left.begin() + wav.Rate / 10, wav.Left.begin() + wav.Rate * 9 / 10);
+  Spectrum spectrum(tone, wav.Rate);
+  // The source's tone at a volume of 1 percent.
+  EXPECT_NEAR(-40.0, Decibels(spectrum.ToneRms(1000), 0.02 / M_SQRT2), 0.5);
+  double floor = 0;
+  const double probes[] = {1500, 2500, 3500, 4500, 5500, 6500};
+  for (double hz : probes) floor += spectrum.ToneRms(hz) * spectrum.ToneRms(hz) / std::size(probes);
+  for (int harmonic = 2; harmonic <= 5; ++harmonic)
+    EXPECT_LT(Decibels(spectrum.ToneRms(1000.0 * harmonic), std::sqrt(floor)), 6.0) << "harmonic " << harmonic;
+}
+
+// Louder than full scale: the file is clipped, and the tool says how often and by how much.
+TEST_F(KxsoundRunTest, ALoudSceneReportsWhatWasClipped) {
+  if (MakeMp3(*root_, "music/loud.mp3", 660, 1.0, 48000, 0.9).empty()) GTEST_SKIP() << "lame is not installed";
+  ToolRun run = Run("LoadMP3 music\\loud 0\nPlayMP3\nPlaySound beep\nwait 300\n",
+                    {"--output", "wav:" + work.file("loud.wav")});
+  ASSERT_EQ(run.Status, 0) << run.Err;
+  WavSound wav = ReadWav(work.file("loud.wav"));
+  ASSERT_EQ(wav.Rate, 48000u);
+  size_t atTheRails = 0;
+  for (const std::vector<float>* side : {&wav.Left, &wav.Right})
+    for (float s : *side) atTheRails += s >= 32767 / 32768.0f || s <= -1.0f;
+  unsigned long long clipped = 0;
+  double peak = 0, over = 0;
+  size_t at = run.Out.find("kxsound: rendered 0.3 s to " + work.file("loud.wav") + ", peak ");
+  ASSERT_NE(at, std::string::npos) << run.Out;
+  ASSERT_EQ(3, std::sscanf(run.Out.c_str() + run.Out.find(", peak", at),
+                           ", peak %lf dBFS, %llu samples clipped (up to %lf dB over full scale)", &peak, &clipped,
+                           &over))
+      << run.Out;
+  EXPECT_GT(clipped, 100u);
+  // A sample that only the dither took to the rail counts too, so a few more may sit there.
+  EXPECT_LE(clipped, atTheRails);
+  EXPECT_GE(clipped + 10, atTheRails);
+  EXPECT_GT(peak, 0.5);
+  EXPECT_DOUBLE_EQ(peak, over);
 }
 
 TEST_F(KxsoundRunTest, TracesStreamEventsInOrderWithNumberedStreams) {
@@ -115,7 +174,7 @@ TEST_F(KxsoundRunTest, SameSeedRendersTheSameBytes) {
   auto render = [&](const char* file, const char* seed) {
     ToolRun run = Run(script, {"--output", "wav:" + work.file(file), "--seed", seed, "--trace"});
     EXPECT_EQ(run.Status, 0) << run.Err;
-    return std::make_pair(work.read(file), run.Out.substr(0, run.Out.rfind("Rendered")));
+    return std::make_pair(work.read(file), run.Out.substr(0, run.Out.rfind("kxsound: rendered")));
   };
   auto first = render("a.wav", "5"), second = render("b.wav", "5"), other = render("c.wav", "6");
   ASSERT_GT(first.first.size(), 44u);

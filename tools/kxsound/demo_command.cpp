@@ -12,7 +12,6 @@
 #include "commands.h"
 #include "kxHost.h"
 #include "kxSound.h"
-#include "scene_mixer.h"
 #include "scene_player.h"
 #include "scene_session.h"
 #include "synth.h"
@@ -255,17 +254,13 @@ int RunDemo(const CommonOptions& given) {
       std::printf("No sound device here: rendering the scene into %s instead.\n", kDefaultWav);
     }
   }
-  WavWriter wav;
-  bool render = !output.WavPath.empty();
-  if (render && !wav.Open(output.WavPath, CaptureMixer::kRate, 2)) {
-    std::fprintf(stderr, "kxsound: %s\n", wav.Error().c_str());
-    if (started) qorSound_Finalize();
-    return 1;
-  }
   if (!started) {
     kxHost_SetManualClock(output.Offline() ? 1 : 0);
     if (!StartModule(options, 0, output.Mode.c_str())) return 1;
   }
+  WavWriter wav;
+  bool render = !output.WavPath.empty();
+  if (render && !OpenRender(&wav, output.WavPath)) return 1;
   int status = PlayScene(scene, scenePath, output, render ? &wav : nullptr, options.Trace, totalMs);
   if (status != 0) return status;
   std::printf("The catalogue stays in %s/; play its scene again with\n  kxsound run %s/demo.scene --root %s\n",

@@ -311,7 +311,7 @@ void ScenePlayer::Pace() {
 }
 
 bool ScenePlayer::SinkFailed(std::string* error) const {
-  if (sinkFailed_ && wav_) *error = wav_->Error();
+  if (sinkFailed_ && mixer_) *error = mixer_->Error();
   return sinkFailed_;
 }
 

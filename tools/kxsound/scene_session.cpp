@@ -1,6 +1,8 @@
 #include "scene_session.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -73,6 +75,33 @@ bool LoadScript(const std::string& path, std::vector<ScriptLine>* script, uint64
   return errors == 0;
 }
 
+bool OpenRender(WavWriter* wav, const std::string& path) {
+  if (wav->Open(path, kxHost_MixRate(0), 2)) return true;
+  std::fprintf(stderr, "kxsound: %s\n", wav->Error().c_str());
+  qorSound_Finalize();
+  return false;
+}
+
+namespace {
+
+// The level of what was written: peak against full scale, and what did not fit.
+void PrintRendered(const WavWriter& wav) {
+  const double seconds = static_cast<double>(wav.Frames()) / wav.Rate();
+  std::string peak = "silent";
+  if (wav.Peak() > 0) {
+    char text[32];
+    std::snprintf(text, sizeof text, "peak %+.1f dBFS", 20 * std::log10(double{wav.Peak()}));
+    peak = text;
+  }
+  std::printf("kxsound: rendered %.1f s to %s, %s, %llu samples clipped", seconds, wav.Path().c_str(), peak.c_str(),
+              static_cast<unsigned long long>(wav.Clipped()));
+  if (wav.Clipped() > 0)
+    std::printf(" (up to %.1f dB over full scale)", std::max(0.0, 20 * std::log10(double{wav.Peak()})));
+  std::printf("\n");
+}
+
+}  // namespace
+
 int PlayScene(const std::vector<ScriptLine>& script, const std::string& source, const OutputChoice& output,
               WavWriter* wav, bool trace, uint64_t totalMs) {
   CatchInterrupt();
@@ -116,11 +145,15 @@ int PlayScene(const std::vector<ScriptLine>& script, const std::string& source, 
     wav->Abort();
     return status;
   }
-  if (!mixer.Flush(wav) || !wav->Commit()) {
+  if (!mixer.Flush(wav)) {
+    std::fprintf(stderr, "kxsound: %s\n", mixer.Error().c_str());
+    wav->Abort();
+    return 1;
+  }
+  if (!wav->Commit()) {
     std::fprintf(stderr, "kxsound: %s\n", wav->Error().c_str());
     return 1;
   }
-  std::printf("Rendered %.1f s of sound into %s\n", static_cast<double>(wav->Frames()) / wav->Rate(),
-              wav->Path().c_str());
+  PrintRendered(*wav);
   return 0;
 }

@@ -27,6 +27,11 @@ struct ScriptLine {
 // bad line with its number.
 bool LoadScript(const std::string& path, std::vector<ScriptLine>* script, uint64_t* totalMs);
 
+// Once the module has started on the offline output: opens wav at the rate the outputs mix at,
+// before anything plays, so that an unwritable file is found now and not after the render.
+// On failure it says why and ends the module.
+bool OpenRender(WavWriter* wav, const std::string& path);
+
 // Plays the script on the module, which has been started on output; then ends the module and,
 // with wav open, fills and writes it. The exit status: 0, 1 on any failure, 130 on Ctrl-C.
 int PlayScene(const std::vector<ScriptLine>& script, const std::string& source, const OutputChoice& output,

@@ -5,7 +5,6 @@
 
 #include "commands.h"
 #include "kxHost.h"
-#include "scene_mixer.h"
 #include "scene_player.h"
 #include "scene_session.h"
 #include "wav_writer.h"
@@ -21,13 +20,6 @@ int RunScript(const CommonOptions& options) {
     std::fprintf(stderr, "kxsound: %s\n", error.c_str());
     return 1;
   }
-  // Before anything plays: an unwritable file is found now, not after the render.
-  WavWriter wav;
-  bool render = !output.WavPath.empty();
-  if (render && !wav.Open(output.WavPath, CaptureMixer::kRate, 2)) {
-    std::fprintf(stderr, "kxsound: %s\n", wav.Error().c_str());
-    return 1;
-  }
   if (options.Seeded) kxHost_SeedRandom(options.Seed);
   kxHost_SetManualClock(output.Offline() ? 1 : 0);
   if (output.Mode == "device") {
@@ -40,5 +32,8 @@ int RunScript(const CommonOptions& options) {
   } else if (!StartModule(options, 0, output.Mode.c_str())) {
     return 1;
   }
+  WavWriter wav;
+  bool render = !output.WavPath.empty();
+  if (render && !OpenRender(&wav, output.WavPath)) return 1;
   return PlayScene(script, options.Argument, output, render ? &wav : nullptr, options.Trace, totalMs);
 }
