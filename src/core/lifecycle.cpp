@@ -35,6 +35,9 @@ void BuildBaseFilePath() {
 }  // namespace
 
 LONG qorSound_Initialize(HWND window, int toolMode) {
+  // A second start would leak the running device and music and cut every handle the
+  // host holds: the running system stays as it is.
+  if (SystemInitialized) return E_FAIL;
   if (Device_Start(window) < 0) return E_FAIL;
   Music_Start();
   qorFileIO_GetFolder(RootFolder, nullptr);
