@@ -8,12 +8,12 @@
 #include "base/text.h"
 #include "core/state.h"
 
-void ResolveSoundPath(const char* stored, char* full) {
-  if (std::strchr(stored, ':')) {
-    CopyTruncated(full, PATH_BUFFER_SIZE, stored);
-  } else {
-    std::snprintf(full, PATH_BUFFER_SIZE, "%s%s", RootFolder, stored);
-  }
+bool ResolveSoundPath(const char* stored, char* full) {
+  const char* root = std::strchr(stored, ':') ? "" : RootFolder;
+  int written = std::snprintf(full, PATH_BUFFER_SIZE, "%s%.*s", root, FILE_PATH_SIZE, stored);
+  if (written >= 0 && written < PATH_BUFFER_SIZE) return true;
+  full[0] = 0;
+  return false;
 }
 
 void qorSound_EnumerateFiles(const char* name, QORSOUND_ENUM_FILES_CALLBACK callback) {

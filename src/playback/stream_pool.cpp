@@ -87,7 +87,7 @@ int SoundEntry::EnabledFileIndex(int i) const {
 SoundStream* SoundEntry::LoadStream(int i) {
   if (!Files) return nullptr;
   char path[PATH_BUFFER_SIZE];
-  ResolveSoundPath(Files[EnabledFileIndex(i)].Path, path);
+  if (!ResolveSoundPath(Files[EnabledFileIndex(i)].Path, path)) return nullptr;
   SoundBuffer* buffer = SoundBuffer_LoadFile(path, Is3D);
   if (!buffer) return nullptr;
   auto* stream = new (std::nothrow) SoundStream(this, i, buffer);
