@@ -2,7 +2,9 @@
 #ifndef KXSOUND_PLAYBACK_SOUND_STREAM_H
 #define KXSOUND_PLAYBACK_SOUND_STREAM_H
 
+#include <cstddef>
 #include <cstdint>
+#include <new>
 
 #include "kxSound.h"
 
@@ -39,6 +41,10 @@ class SoundStream : public ChainNode {
 public:
   SoundStream(SoundEntry* owner, int fileIndex, SoundBuffer* buffer);
   ~SoundStream() override;
+  // Streams live at addresses never used by an earlier stream (see stream_arena.h).
+  static void* operator new(size_t size, const std::nothrow_t&) noexcept;
+  static void operator delete(void* memory) noexcept;
+  static void operator delete(void* memory, const std::nothrow_t&) noexcept;
 
   void Assign(int state, void** slot, uint32_t flags);
   void Stop();
@@ -75,7 +81,8 @@ void NotifyStream(QORSOUND_STREAM_EVENT event, void* first, void* second);
 void StealStream(SoundStream* stream);
 
 // Handles come from outside: a stream destroyed since (logout, deleted sound, a new
-// base, a released extra stream) must be refused before it is touched.
+// base, a released extra stream) is refused before it is touched. Exact, because no
+// stream is ever made at the address of an earlier one.
 SoundStream* LiveStream(void* handle);
 
 #endif
