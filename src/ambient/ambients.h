@@ -26,6 +26,8 @@ public:
   uint32_t Elapsed = 0;
   int32_t Delayed = 0;
   int32_t Paused = 0;
+  // Place in the order of joining AmbientList: rises along the list.
+  uint64_t Serial = 0;
 };
 
 extern AmbientEntry* AmbientList;

@@ -78,6 +78,7 @@ void SoundStream::Assign(int state, void** slot, uint32_t flags) {
   State = state;
   HandleSlot = slot;
   Paused3D = 0;
+  ++Use;
   if (slot) *slot = this;
   LinkActive();
   SoundBuffer_Enable3D(Buffer, Play3DEnabled);
@@ -100,6 +101,7 @@ void SoundStream::Release() {
   StartTick = 0;
   State = STREAM_FREE;
   UnlinkActive();
+  ++Use;
 }
 
 void SoundStream::LinkActive() {
@@ -142,7 +144,9 @@ void NotifyStream(QORSOUND_STREAM_EVENT event, void* first, void* second) {
   if (NotifyCallback) NotifyCallback(event, first, second);
 }
 
-void StealStream(SoundStream* stream) {
+bool StealStream(SoundStream* stream) {
   stream->Release();
+  StreamUse stolen(stream);
   NotifyStream(STREAM_EVENT_STOLEN, stream, nullptr);
+  return stolen.Same();
 }
