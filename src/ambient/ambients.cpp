@@ -83,6 +83,14 @@ void UpdateAmbients() {
   });
 }
 
+void ForgetAmbients() {
+  AmbientEntry* head = AmbientList;
+  AmbientList = nullptr;
+  ++ListChanges;
+  for (AmbientEntry* entry = head; entry; entry = entry->NextAmbient()) entry->Stream = nullptr;
+  delete head;
+}
+
 LONG qorSound_LoadAmbient(const char* name) {
   if (!Running() || !name) return E_FAIL;
   if (FindAmbient(name)) return E_FAIL;

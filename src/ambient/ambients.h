@@ -34,5 +34,8 @@ extern AmbientEntry* AmbientList;
 
 // The tick of the delay cycles, run last in every frame update.
 void UpdateAmbients();
+// Drops every entry without a word to the host: at shutdown their streams die with
+// the catalogue.
+void ForgetAmbients();
 
 #endif

@@ -56,9 +56,7 @@ LONG qorSound_Initialize(HWND window, int toolMode) {
 LONG qorSound_Finalize() {
   if (!SystemInitialized) return E_FAIL;
   SoundBuffer_Release(&FilePreviewBuffer);
-  // Ambients hold streams of the catalogue: they go first, while their streams live.
-  delete AmbientList;
-  AmbientList = nullptr;
+  ForgetAmbients();
   DestroySoundList();
   Music_Stop();
   Device_Stop();
