@@ -5,18 +5,46 @@
 #include "core/state.h"
 #include "kxEngine.h"
 #include "kxSound.h"
+#include "playback/sound_stream.h"
 
 AmbientEntry* AmbientList = nullptr;
 
 namespace {
 
 constexpr int FIND_LIMIT = 1024;
+// The serial of the last entry to join the list, and a count of every change of the
+// list's links: the stream calls below reach the host, which may load or unload.
+uint64_t LastSerial = 0;
+uint64_t ListChanges = 0;
 
 AmbientEntry* FindAmbient(const char* name) {
   return static_cast<AmbientEntry*>(NamedNode::Find(AmbientList, name, FIND_LIMIT));
 }
 
 bool Running() { return SystemInitialized && SoundEnabled; }
+
+bool StillLoaded(const AmbientEntry* entry, uint64_t serial) {
+  for (AmbientEntry* other = AmbientList; other; other = other->NextAmbient()) {
+    if (other == entry) return other->Serial == serial;
+  }
+  return false;
+}
+
+// Runs step once on each entry that was loaded when the walk began, in list order.
+// After a step that changed the list, the walk goes on behind the last entry done.
+template <typename Step>
+void ForEachAmbient(Step step) {
+  const uint64_t end = LastSerial;
+  for (AmbientEntry* entry = AmbientList; entry && entry->Serial <= end;) {
+    const uint64_t done = entry->Serial, changes = ListChanges;
+    step(entry);
+    if (ListChanges == changes) {
+      entry = entry->NextAmbient();
+      continue;
+    }
+    for (entry = AmbientList; entry && entry->Serial <= done;) entry = entry->NextAmbient();
+  }
+}
 
 }  // namespace
 
@@ -29,28 +57,38 @@ void AmbientEntry::ChooseDelay() {
   NextDelay = MinDelay + r * (MaxDelay - MinDelay) / 32767u;
 }
 
+// The flags change before the stream call: its event may unload the entry.
 void AmbientEntry::Pause() {
   if (Paused) return;
-  qorSound_PauseStream(Stream);
   Paused = 1;
+  qorSound_PauseStream(Stream);
 }
 
 void AmbientEntry::Resume() {
   if (!Paused) return;
-  qorSound_PlayStream(Stream);
   Paused = 0;
+  qorSound_PlayStream(Stream);
 }
 
 void UpdateAmbients() {
   ULONG delta = qorTimer_GetSystemDeltaTicks();
-  for (AmbientEntry* entry = AmbientList; entry; entry = entry->NextAmbient()) {
-    if (entry->Paused || !entry->Delayed) continue;
+  ForEachAmbient([delta](AmbientEntry* entry) {
+    if (entry->Paused || !entry->Delayed) return;
     entry->Elapsed += delta;
-    if (entry->Elapsed > entry->NextDelay) {
-      qorSound_PlayStream(entry->Stream);
-      entry->ChooseDelay();
-    }
-  }
+    if (entry->Elapsed <= entry->NextDelay) return;
+    const uint64_t serial = entry->Serial, changes = ListChanges;
+    qorSound_PlayStream(entry->Stream);
+    // The host may have unloaded this very ambient when told of the start.
+    if (ListChanges == changes || StillLoaded(entry, serial)) entry->ChooseDelay();
+  });
+}
+
+void ForgetAmbients() {
+  AmbientEntry* head = AmbientList;
+  AmbientList = nullptr;
+  ++ListChanges;
+  for (AmbientEntry* entry = head; entry; entry = entry->NextAmbient()) entry->Stream = nullptr;
+  delete head;
 }
 
 LONG qorSound_LoadAmbient(const char* name) {
@@ -60,7 +98,11 @@ LONG qorSound_LoadAmbient(const char* name) {
   if (qorSound_Get3D(name) != 0) return E_FAIL;
   auto* entry = new (std::nothrow) AmbientEntry(name);
   if (!entry) return E_FAIL;
-  if (!qorSound_QueryStream(name, &entry->Stream, STREAM_FLAG_EXTRA)) {
+  // The host hears of the new stream before the entry joins the list, and may have
+  // shut down, dropped the stream or loaded the same name meanwhile.
+  SoundStream* stream = LiveStream(qorSound_QueryStream(name, &entry->Stream, STREAM_FLAG_EXTRA));
+  if (!stream || stream != entry->Stream || stream->HandleSlot != &entry->Stream || !SystemInitialized ||
+      FindAmbient(name)) {
     delete entry;
     return E_FAIL;
   }
@@ -69,6 +111,8 @@ LONG qorSound_LoadAmbient(const char* name) {
   } else {
     AmbientList = entry;
   }
+  entry->Serial = ++LastSerial;
+  ++ListChanges;
   return S_OK;
 }
 
@@ -77,6 +121,7 @@ LONG qorSound_UnloadAmbient(const char* name) {
   AmbientEntry* entry = FindAmbient(name);
   if (!entry) return E_FAIL;
   AmbientList = static_cast<AmbientEntry*>(NamedNode::Remove(AmbientList, entry));
+  ++ListChanges;
   delete entry;
   return S_OK;
 }
@@ -85,19 +130,20 @@ LONG qorSound_UnloadAllAmbients() {
   if (!Running()) return E_FAIL;
   AmbientEntry* head = AmbientList;
   AmbientList = nullptr;
+  ++ListChanges;
   delete head;
   return S_OK;
 }
 
 LONG qorSound_PauseAllAmbiemts() {
   if (!Running()) return E_FAIL;
-  for (AmbientEntry* entry = AmbientList; entry; entry = entry->NextAmbient()) entry->Pause();
+  ForEachAmbient([](AmbientEntry* entry) { entry->Pause(); });
   return S_OK;
 }
 
 LONG qorSound_ResumeAllAmbiemts() {
   if (!Running()) return E_FAIL;
-  for (AmbientEntry* entry = AmbientList; entry; entry = entry->NextAmbient()) entry->Resume();
+  ForEachAmbient([](AmbientEntry* entry) { entry->Resume(); });
   return S_OK;
 }
 
@@ -105,8 +151,8 @@ LONG qorSound_PlayAmbientLooped(const char* name) {
   if (!Running()) return E_FAIL;
   AmbientEntry* entry = FindAmbient(name);
   if (!entry) return E_FAIL;
-  qorSound_PlayStream(entry->Stream);
   entry->Delayed = 0;
+  qorSound_PlayStream(entry->Stream);
   return S_OK;
 }
 

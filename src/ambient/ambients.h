@@ -26,11 +26,16 @@ public:
   uint32_t Elapsed = 0;
   int32_t Delayed = 0;
   int32_t Paused = 0;
+  // Place in the order of joining AmbientList: rises along the list.
+  uint64_t Serial = 0;
 };
 
 extern AmbientEntry* AmbientList;
 
 // The tick of the delay cycles, run last in every frame update.
 void UpdateAmbients();
+// Drops every entry without a word to the host: at shutdown their streams die with
+// the catalogue.
+void ForgetAmbients();
 
 #endif

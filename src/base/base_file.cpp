@@ -14,9 +14,9 @@
 #include "kxEngine.h"
 
 bool FileCursor::Read(void* buffer, uint32_t count) {
-  if (count > Remaining) return false;
+  // What the file still holds is read even when it is too little.
   DWORD done = 0;
-  qorReadFile(File, buffer, count, &done, nullptr);
+  qorReadFile(File, buffer, count < Remaining ? count : Remaining, &done, nullptr);
   Remaining -= done < Remaining ? done : Remaining;
   return done == count;
 }
@@ -99,13 +99,15 @@ LONG qorSound_LoadBase() {
   int32_t storedPages = GetField<int32_t>(header, HEADER_PAGE_COUNT);
   std::memset(PageTable, 0, sizeof PageTable);
   PageCount = storedPages < 0 ? 0 : (storedPages > MAX_PAGES ? MAX_PAGES : storedPages);
-  if (!cursor.Read(PageTable, static_cast<uint32_t>(PageCount) * PAGE_RECORD_SIZE)) return CloseWith(file, E_FAIL);
+  // A table cut short keeps the records, whole or in part, that were read.
+  const bool tableRead = cursor.Read(PageTable, static_cast<uint32_t>(PageCount) * PAGE_RECORD_SIZE);
   // Cut a name without terminator, and drop what older names left behind it.
   for (int i = 0; i < PageCount; ++i) {
     char* name = PageTable[i].Name;
     size_t length = BoundedLength(name, PAGE_NAME_SIZE - 1);
     std::memset(name + length, 0, PAGE_NAME_SIZE - length);
   }
+  if (!tableRead) return CloseWith(file, E_FAIL);
   if (storedPages > MAX_PAGES &&
       (static_cast<uint64_t>(storedPages - MAX_PAGES) * PAGE_RECORD_SIZE > cursor.Remaining ||
        !cursor.Skip(static_cast<uint32_t>(storedPages - MAX_PAGES) * PAGE_RECORD_SIZE))) {

@@ -15,6 +15,7 @@ namespace {
 // does not walk the list once per sound, and an index of the names, so that a
 // search by name costs the same in a catalogue of ten sounds or ten thousand.
 SoundEntry* SoundListTail = nullptr;
+uint64_t LastSerial = 0;
 
 struct FoldedHash {
   size_t operator()(const char* name) const {
@@ -55,6 +56,8 @@ bool FitsName(const char* name) { return BoundedLength(name, NAME_SIZE) < NAME_S
 
 }  // namespace
 
+uint64_t CatalogueChanges = 0;
+
 SoundEntry* FindSoundEntry(const char* name, bool follow) {
   if (!name || !SoundList) return nullptr;
   auto found = Index().find(name);
@@ -87,9 +90,12 @@ void AppendSoundEntry(SoundEntry* entry) {
   }
   SoundListTail = entry;
   IndexEntry(entry);
+  entry->Serial = ++LastSerial;
+  ++CatalogueChanges;
 }
 
 void DeleteSoundEntry(SoundEntry* entry) {
+  ++CatalogueChanges;
   if (entry == SoundListTail) SoundListTail = nullptr;
   SoundList = static_cast<SoundEntry*>(NamedNode::Remove(SoundList, entry));
   UnindexEntry(entry);
@@ -103,6 +109,7 @@ void RenameSoundEntry(SoundEntry* entry, const char* name) {
 }
 
 void DestroySoundList() {
+  ++CatalogueChanges;
   SoundEntry* head = SoundList;
   SoundList = nullptr;
   SoundListTail = nullptr;
@@ -183,7 +190,22 @@ LONG qorSound_ChangeName(const char* name, const char* newName) {
 
 void qorSound_EnumerateSounds(QORSOUND_ENUM_SOUNDS_CALLBACK callback) {
   if (!SystemInitialized || !callback) return;
-  for (SoundEntry* entry = SoundList; entry; entry = entry->NextEntry()) callback(entry->Name, entry->Page);
+  // The callback may delete, add or reload sounds. It gets a copy of each name, and
+  // after a change the walk goes on behind the last sound shown, among those that
+  // were there when it began.
+  const uint64_t end = LastSerial;
+  for (SoundEntry* entry = SoundList; entry && entry->Serial <= end;) {
+    char name[NAME_SIZE];
+    std::memcpy(name, entry->Name, sizeof name);
+    const uint64_t shown = entry->Serial, changes = CatalogueChanges;
+    callback(name, entry->Page);
+    if (!SystemInitialized) return;
+    if (CatalogueChanges == changes) {
+      entry = entry->NextEntry();
+      continue;
+    }
+    for (entry = SoundList; entry && entry->Serial <= shown;) entry = entry->NextEntry();
+  }
 }
 
 char* qorSound_GetSoundComments(const char* name) {

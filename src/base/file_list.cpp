@@ -8,18 +8,31 @@
 #include "base/text.h"
 #include "core/state.h"
 
-void ResolveSoundPath(const char* stored, char* full) {
-  if (std::strchr(stored, ':')) {
-    CopyTruncated(full, PATH_BUFFER_SIZE, stored);
-  } else {
-    std::snprintf(full, PATH_BUFFER_SIZE, "%s%s", RootFolder, stored);
-  }
+bool ResolveSoundPath(const char* stored, char* full) {
+  const char* root = std::strchr(stored, ':') ? "" : RootFolder;
+  int written = std::snprintf(full, PATH_BUFFER_SIZE, "%s%.*s", root, FILE_PATH_SIZE, stored);
+  if (written >= 0 && written < PATH_BUFFER_SIZE) return true;
+  full[0] = 0;
+  return false;
 }
 
 void qorSound_EnumerateFiles(const char* name, QORSOUND_ENUM_FILES_CALLBACK callback) {
   SoundEntry* entry = FindRunningSound(name);
   if (!entry || !callback) return;
-  for (int i = 0; i < entry->NumFiles; ++i) callback(entry->Files[i].Path);
+  // The callback may change the list or delete the sound: it gets a copy of each path,
+  // and after a change of the catalogue the walk goes on only with the same sound.
+  const uint64_t serial = entry->Serial;
+  const int count = entry->NumFiles;
+  for (int i = 0; i < count && i < entry->NumFiles; ++i) {
+    char path[FILE_PATH_SIZE];
+    CopyTruncated(path, sizeof path, entry->Files[i].Path);
+    const uint64_t changes = CatalogueChanges;
+    callback(path);
+    if (CatalogueChanges != changes) {
+      entry = FindRunningSound(name);
+      if (!entry || entry->Serial != serial) return;
+    }
+  }
 }
 
 LONG qorSound_GetFile(const char* name, char* path, int index) {

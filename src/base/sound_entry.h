@@ -64,10 +64,13 @@ public:
   int EnabledFileIndex(int i) const;
   SoundStream* LoadStream(int i);
   SoundStream* DuplicateStream(int i);
-  // self: a stream that may be found by the steal search but must not be stolen
-  // from itself; it is then given back untouched.
+  // self: the held stream whose holder asks (a hand-over). The steal search gives it
+  // back untouched rather than steal it from itself, and acquisition gives null when
+  // the host lets go of it in an event sent on the way.
   SoundStream* AcquireStream(int fileIndex, void** slot, int state, uint32_t flags, SoundStream* self = nullptr);
-  void ReleaseStream(SoundStream* stream);
+  // Releases with event 2. True when the stream stands free in its chain afterwards:
+  // the host's callback may have destroyed it or taken it again.
+  bool ReleaseStream(SoundStream* stream);
   void DestroyStream(SoundStream* stream);
   void Pause3DStreams();
   void Resume3DStreams();
@@ -108,6 +111,8 @@ public:
   int32_t NumLoadedFiles = 0;
   // Entries whose Redirect points here.
   int32_t RedirectedBy = 0;
+  // Place in the order of joining SoundList: rises along the list.
+  uint64_t Serial = 0;
 
   SoundEntry* NextEntry() const { return static_cast<SoundEntry*>(Next); }
 };

@@ -157,7 +157,10 @@ LONG SoundConsoleHandler(ULONG id, int argc, char** argv) {
     case CMD_DISTANCE_FACTOR: PrintInvalidIfRefused(Device_SetDistanceFactor(Float(argv[0]))); break;
     case CMD_DOPPLER_FACTOR: PrintInvalidIfRefused(Device_SetDopplerFactor(Float(argv[0]))); break;
     case CMD_VOLUME_FACTOR: break;  // registered, but the master volume is "SetVolume"
-    case CMD_FREQUENCY_FACTOR: qorSound_SetFrequencyFactor(static_cast<float>(Float(argv[0]) * POINT_ZERO_ONE)); break;
+    case CMD_FREQUENCY_FACTOR:
+      // The percentage stays a double until the product is made a float.
+      qorSound_SetFrequencyFactor(static_cast<float>(std::atof(argv[0]) * static_cast<double>(POINT_ZERO_ONE)));
+      break;
     case CMD_SOUND_VOLUME:
       SoundLevel(argc, argv, GetVolumeOf, SetVolumeOf, "\tCurrent volume: %d", "\tOld volume: %d\n\tNew volume: %d");
       break;

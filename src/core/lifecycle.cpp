@@ -35,6 +35,9 @@ void BuildBaseFilePath() {
 }  // namespace
 
 LONG qorSound_Initialize(HWND window, int toolMode) {
+  // A second start would leak the running device and music and cut every handle the
+  // host holds: the running system stays as it is.
+  if (SystemInitialized) return E_FAIL;
   if (Device_Start(window) < 0) return E_FAIL;
   Music_Start();
   qorFileIO_GetFolder(RootFolder, nullptr);
@@ -53,9 +56,7 @@ LONG qorSound_Initialize(HWND window, int toolMode) {
 LONG qorSound_Finalize() {
   if (!SystemInitialized) return E_FAIL;
   SoundBuffer_Release(&FilePreviewBuffer);
-  // Ambients hold streams of the catalogue: they go first, while their streams live.
-  delete AmbientList;
-  AmbientList = nullptr;
+  ForgetAmbients();
   DestroySoundList();
   Music_Stop();
   Device_Stop();

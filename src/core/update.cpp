@@ -18,13 +18,15 @@ void DrawLine(float x, int line, const char* text) {
   qorKernel_DrawDebugText(x, static_cast<float>(line * StatisticScale), OVERLAY_COLOUR, text);
 }
 
-// A crossed sound's stream has run out: the next file takes over its holder.
+// A crossed sound's stream has run out: the next file takes over its holder. Events
+// reach the host on the way, and it may let go of either stream or of the sound.
 void HandOver(SoundEntry* entry, SoundStream* old) {
+  StreamUse held(old);
   int next = entry->SelectFile(old->FileIndex);
   SoundStream* fresh = entry->AcquireStream(next, old->HandleSlot, STREAM_STOPPED, old->Flags, old);
   if (!fresh || fresh == old) {
     // No stream for the next file, or only this one: the same file plays again.
-    SoundBuffer_Command(old->Buffer, BUFFER_CMD_PLAY);
+    if (held.Same()) SoundBuffer_Command(old->Buffer, BUFFER_CMD_PLAY);
     return;
   }
   fresh->State = STREAM_PLAYING;
@@ -37,14 +39,16 @@ void HandOver(SoundEntry* entry, SoundStream* old) {
     SoundBuffer_SetVelocity(fresh->Buffer, velocity);
     for (int i = 0; i < 3; ++i) fresh->LastPosition[i] = position[i];
   }
+  StreamUse taking(fresh);
   NotifyStream(STREAM_EVENT_REPLACED, old, fresh);
-  if (LiveStream(old)) {
+  if (held.Same()) {
     old->HandleSlot = nullptr;
     old->Release();
     // An extra stream has no place in the pool once its holder has moved on.
     if (old->Flags & STREAM_FLAG_EXTRA) entry->DestroyStream(old);
   }
-  if (LiveStream(fresh)) SoundBuffer_Command(fresh->Buffer, BUFFER_CMD_PLAY);
+  // Started only if the holder has neither given it back nor stopped it when told.
+  if (taking.Same() && fresh->State == STREAM_PLAYING) SoundBuffer_Command(fresh->Buffer, BUFFER_CMD_PLAY);
 }
 
 }  // namespace
@@ -101,30 +105,32 @@ void qorSound_Update() {
   }
   StreamsTotal = 0;
   // A step may unlink its stream, move a neighbour to the tail (a hand-over reuses a
-  // one-shot) or, through a callback, free one. The walk goes on behind the place the
-  // stream held, and the mark keeps it from visiting a moved stream twice.
-  static uint32_t walk = 0;
-  ++walk;
+  // one-shot) or, through a callback, do anything at all. A stream whose use has not
+  // changed has kept its place: the walk goes on behind it, or behind the stream
+  // before it, or from the head, where the marks pass over what this walk or one
+  // started inside it has done.
+  static uint64_t walks = 0;
+  const uint64_t walk = ++walks;
   for (SoundStream* stream = ActiveStreamsHead; stream;) {
-    if (stream->UpdateWalk == walk) {
+    if (stream->UpdateWalk >= walk) {
       stream = stream->ActiveNext;
       continue;
     }
     stream->UpdateWalk = walk;
     SoundStream* prev = stream->ActivePrev;
-    const bool wasTail = stream->ActiveNext == nullptr;
+    StreamUse self(stream), before(prev);
     stream->Owner->UpdateStream(stream);
     StreamsTotal++;
-    auto linked = [](SoundStream* s) { return LiveStream(s) && s->State != STREAM_FREE; };
-    if (linked(stream) && (stream->ActiveNext || wasTail)) {
+    if (self.Same()) {
       stream = stream->ActiveNext;
-    } else if (prev && linked(prev)) {
+    } else if (before.Same()) {
       stream = prev->ActiveNext;
     } else {
-      // From the head again: the marks pass over what this walk has done.
       stream = ActiveStreamsHead;
     }
   }
+  // A callback may have shut the system down.
+  if (!SystemInitialized) return;
   if (FilePreviewBuffer) {
     if (SoundBuffer_IsPlaying(FilePreviewBuffer)) {
       int progress = static_cast<int>(SoundBuffer_GetProgress(FilePreviewBuffer));
@@ -134,7 +140,7 @@ void qorSound_Update() {
       if (FilePreviewCallback) FilePreviewCallback(1000);
     }
   }
-  UpdateAmbients();
+  if (SystemInitialized) UpdateAmbients();
 }
 
 void qorSound_Render() {

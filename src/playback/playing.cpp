@@ -67,12 +67,11 @@ LONG qorSound_PlaySound(const char* name, const void* position, int unused) {
 void* qorSound_QueryStream(void* sound, void** slot, ULONG flags) {
   if (!Running() || !slot || !sound) return nullptr;
   auto* entry = static_cast<SoundEntry*>(sound);
-  // A held stream always has its 3D processing on, whatever the switch says.
-  int kept = Play3DEnabled;
-  Play3DEnabled = 1;
   SoundStream* stream = entry->AcquireStream(entry->SelectFile(-1), slot, STREAM_STOPPED, flags);
-  Play3DEnabled = kept;
   if (!stream) return nullptr;
+  // A held stream always has its 3D processing on, whatever the switch says. Set after
+  // acquisition, so that a callback on the way sees the host's own switch.
+  SoundBuffer_Enable3D(stream->Buffer, 1);
   SoundBuffer_SetLooped(stream->Buffer, (stream->Flags & STREAM_FLAG_EXTRA) ? entry->Looped : entry->BufferLooped);
   NotifyStream(STREAM_EVENT_ACQUIRED, stream, nullptr);
   return stream;

@@ -1,10 +1,9 @@
 #include "playback/sound_stream.h"
 
-#include <unordered_set>
-
 #include "base/sound_entry.h"
 #include "core/state.h"
 #include "playback/sound_buffer.h"
+#include "playback/stream_arena.h"
 #include "win32/tick_count.h"
 
 SoundStream* ActiveStreamsHead = nullptr;
@@ -12,21 +11,10 @@ SoundStream* ActiveStreamsTail = nullptr;
 int StreamsCreated = 0;
 int StreamsTotal = 0;
 
-namespace {
-
-// The addresses of the living streams. Streams are made at login, not when a sound
-// plays, so the set only allocates where loading does anyway.
-std::unordered_set<const SoundStream*>& LiveSet() {
-  static std::unordered_set<const SoundStream*> live;
-  return live;
-}
-
-}  // namespace
+static_assert(sizeof(SoundStream) <= STREAM_SLOT_SIZE && alignof(SoundStream) <= 16, "a stream fits its slot");
 
 SoundStream* LiveStream(void* handle) {
-  if (!handle) return nullptr;
-  auto* stream = static_cast<SoundStream*>(handle);
-  return LiveSet().count(stream) ? stream : nullptr;
+  return handle && StreamArena_IsLive(handle) ? static_cast<SoundStream*>(handle) : nullptr;
 }
 
 // ---- ChainNode ----
@@ -66,12 +54,17 @@ SoundStream* ChainNode::Remove(SoundStream* head, SoundStream* stream) {
 // ---- SoundStream ----
 
 SoundStream::SoundStream(SoundEntry* owner, int fileIndex, SoundBuffer* buffer)
-    : ChainNode(buffer), Owner(owner), FileIndex(fileIndex) {
-  LiveSet().insert(this);
+    : ChainNode(buffer), Owner(owner), FileIndex(fileIndex) {}
+
+void* SoundStream::operator new(size_t size, const std::nothrow_t&) noexcept {
+  return size <= STREAM_SLOT_SIZE ? StreamArena_Allocate() : nullptr;
 }
 
+void SoundStream::operator delete(void* memory) noexcept { StreamArena_Free(memory); }
+
+void SoundStream::operator delete(void* memory, const std::nothrow_t&) noexcept { StreamArena_Free(memory); }
+
 SoundStream::~SoundStream() {
-  LiveSet().erase(this);
   // A stream destroyed while in use must not stay linked.
   if (State != STREAM_FREE) UnlinkActive();
   SoundBuffer* buffer = Buffer;
@@ -85,6 +78,7 @@ void SoundStream::Assign(int state, void** slot, uint32_t flags) {
   State = state;
   HandleSlot = slot;
   Paused3D = 0;
+  ++Use;
   if (slot) *slot = this;
   LinkActive();
   SoundBuffer_Enable3D(Buffer, Play3DEnabled);
@@ -107,6 +101,7 @@ void SoundStream::Release() {
   StartTick = 0;
   State = STREAM_FREE;
   UnlinkActive();
+  ++Use;
 }
 
 void SoundStream::LinkActive() {
@@ -149,7 +144,9 @@ void NotifyStream(QORSOUND_STREAM_EVENT event, void* first, void* second) {
   if (NotifyCallback) NotifyCallback(event, first, second);
 }
 
-void StealStream(SoundStream* stream) {
+bool StealStream(SoundStream* stream) {
   stream->Release();
+  StreamUse stolen(stream);
   NotifyStream(STREAM_EVENT_STOLEN, stream, nullptr);
+  return stolen.Same();
 }

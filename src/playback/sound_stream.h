@@ -2,7 +2,9 @@
 #ifndef KXSOUND_PLAYBACK_SOUND_STREAM_H
 #define KXSOUND_PLAYBACK_SOUND_STREAM_H
 
+#include <cstddef>
 #include <cstdint>
+#include <new>
 
 #include "kxSound.h"
 
@@ -39,6 +41,10 @@ class SoundStream : public ChainNode {
 public:
   SoundStream(SoundEntry* owner, int fileIndex, SoundBuffer* buffer);
   ~SoundStream() override;
+  // Streams live at addresses never used by an earlier stream (see stream_arena.h).
+  static void* operator new(size_t size, const std::nothrow_t&) noexcept;
+  static void operator delete(void* memory) noexcept;
+  static void operator delete(void* memory, const std::nothrow_t&) noexcept;
 
   void Assign(int state, void** slot, uint32_t flags);
   void Stop();
@@ -61,7 +67,27 @@ public:
   int32_t Paused3D = 0;
   float LastPosition[3] = {0.0f, 0.0f, 0.0f};
   // The frame update's walk that last visited the stream.
-  uint32_t UpdateWalk = 0;
+  uint64_t UpdateWalk = 0;
+  // Counts acquisitions and releases, so that whoever held the stream across a call
+  // into the host can tell whether it is still the same use.
+  uint32_t Use = 0;
+};
+
+// Handles come from outside: a stream destroyed since (logout, deleted sound, a new
+// base, a released extra stream) is refused before it is touched. Exact, because no
+// stream is ever made at the address of an earlier one.
+SoundStream* LiveStream(void* handle);
+
+// One use of a stream, taken before the host is called: afterwards Same() tells
+// whether the stream still lives and has been neither released nor acquired since.
+class StreamUse {
+public:
+  explicit StreamUse(SoundStream* stream) : Stream(stream), Use(stream ? stream->Use : 0) {}
+  bool Same() const { return LiveStream(Stream) && Stream->Use == Use; }
+
+private:
+  SoundStream* Stream;
+  uint32_t Use;
 };
 
 // The streams in use, in the order of their acquisition.
@@ -72,10 +98,8 @@ extern int StreamsCreated;
 extern int StreamsTotal;
 
 void NotifyStream(QORSOUND_STREAM_EVENT event, void* first, void* second);
-void StealStream(SoundStream* stream);
-
-// Handles come from outside: a stream destroyed since (logout, deleted sound, a new
-// base, a released extra stream) must be refused before it is touched.
-SoundStream* LiveStream(void* handle);
+// Releases a held stream for another holder and tells the host. True when the stream
+// still stands free afterwards, for the host may have taken or destroyed it meanwhile.
+bool StealStream(SoundStream* stream);
 
 #endif

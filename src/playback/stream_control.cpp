@@ -12,14 +12,20 @@ namespace {
 
 constexpr float POINT_ZERO_ONE = 0.01f;
 
+// Which streams an operation refuses besides dead ones: none, one-shots, or every
+// stream that nobody holds (a one-shot, or a free stream whose handle was given back),
+// so that a released handle cannot take its stream out of the pool.
+enum class Refuses { Nothing, OneShots, Unheld };
+
 // The checks every operation makes, in this order: the system, the sound switch
-// where asked, a handle of a living stream, and one-shots where they are refused.
-SoundStream* Checked(void* handle, bool needsSound, bool refusesSingle) {
+// where asked, a handle of a living stream, and the streams it refuses.
+SoundStream* Checked(void* handle, bool needsSound, Refuses refuses) {
   if (!SystemInitialized) return nullptr;
   if (needsSound && !SoundEnabled) return nullptr;
   SoundStream* stream = LiveStream(handle);
   if (!stream) return nullptr;
-  if (refusesSingle && stream->State == STREAM_SINGLE) return nullptr;
+  if (refuses != Refuses::Nothing && stream->State == STREAM_SINGLE) return nullptr;
+  if (refuses == Refuses::Unheld && stream->State == STREAM_FREE) return nullptr;
   return stream;
 }
 
@@ -27,7 +33,7 @@ SoundStream* Checked(void* handle, bool needsSound, bool refusesSingle) {
 double PercentScale(int percent) { return static_cast<double>(percent) * static_cast<double>(POINT_ZERO_ONE); }
 
 LONG Start(void* handle, int command) {
-  SoundStream* stream = Checked(handle, true, true);
+  SoundStream* stream = Checked(handle, true, Refuses::Unheld);
   if (!stream) return E_FAIL;
   StartAtLevel(stream, command);
   stream->State = STREAM_PLAYING;
@@ -44,7 +50,7 @@ LONG qorSound_PlayStream(void* stream) { return Start(stream, BUFFER_CMD_PLAY); 
 LONG qorSound_ResumeStream(void* stream) { return Start(stream, BUFFER_CMD_RESUME); }
 
 LONG qorSound_StopStream(void* handle) {
-  SoundStream* stream = Checked(handle, false, true);
+  SoundStream* stream = Checked(handle, false, Refuses::Unheld);
   if (!stream) return E_FAIL;
   stream->Stop();
   NotifyStream(STREAM_EVENT_CHANGED, stream, nullptr);
@@ -52,7 +58,7 @@ LONG qorSound_StopStream(void* handle) {
 }
 
 LONG qorSound_PauseStream(void* handle) {
-  SoundStream* stream = Checked(handle, false, true);
+  SoundStream* stream = Checked(handle, false, Refuses::Unheld);
   if (!stream) return E_FAIL;
   SoundBuffer_Command(stream->Buffer, BUFFER_CMD_PAUSE);
   stream->State = STREAM_PAUSED;
@@ -62,21 +68,21 @@ LONG qorSound_PauseStream(void* handle) {
 }
 
 LONG qorSound_RewindStream(void* handle) {
-  SoundStream* stream = Checked(handle, false, true);
+  SoundStream* stream = Checked(handle, false, Refuses::OneShots);
   if (!stream) return E_FAIL;
   SoundBuffer_Command(stream->Buffer, BUFFER_CMD_REWIND);
   return S_OK;
 }
 
 LONG qorSound_SetStreamProgress(void* handle, int percent) {
-  SoundStream* stream = Checked(handle, false, true);
+  SoundStream* stream = Checked(handle, false, Refuses::OneShots);
   if (!stream) return E_FAIL;
   SoundBuffer_SetProgress(stream->Buffer, static_cast<uint32_t>(percent));
   return S_OK;
 }
 
 LONG qorSound_SetStreamPosition(void* handle, const void* position) {
-  SoundStream* stream = Checked(handle, false, true);
+  SoundStream* stream = Checked(handle, false, Refuses::OneShots);
   if (!stream || !position) return E_FAIL;
   SoundBuffer_SetPosition(stream->Buffer, static_cast<const float*>(position));
   std::memcpy(stream->LastPosition, position, sizeof stream->LastPosition);
@@ -84,21 +90,21 @@ LONG qorSound_SetStreamPosition(void* handle, const void* position) {
 }
 
 LONG qorSound_SetStreamVelocity(void* handle, const void* velocity) {
-  SoundStream* stream = Checked(handle, false, true);
+  SoundStream* stream = Checked(handle, false, Refuses::OneShots);
   if (!stream || !velocity) return E_FAIL;
   SoundBuffer_SetVelocity(stream->Buffer, static_cast<const float*>(velocity));
   return S_OK;
 }
 
 LONG qorSound_GetStreamPosition(void* handle, void* position) {
-  SoundStream* stream = Checked(handle, false, false);
+  SoundStream* stream = Checked(handle, false, Refuses::Nothing);
   if (!stream || !position) return E_FAIL;
   SoundBuffer_GetPosition(stream->Buffer, static_cast<float*>(position));
   return S_OK;
 }
 
 LONG qorSound_GetStreamFile(void* handle, char* name) {
-  SoundStream* stream = Checked(handle, false, false);
+  SoundStream* stream = Checked(handle, false, Refuses::Nothing);
   if (!stream || !name) return E_FAIL;
   const SoundEntry* owner = stream->Owner;
   // The list may have been emptied while the sound stayed logged in.
@@ -116,7 +122,7 @@ LONG qorSound_GetStreamFile(void* handle, char* name) {
 }
 
 LONG qorSound_GetStreamState(void* handle, char* state) {
-  SoundStream* stream = Checked(handle, false, false);
+  SoundStream* stream = Checked(handle, false, Refuses::Nothing);
   if (!stream || !state) return E_FAIL;
   static const char* const TEXTS[] = {"[free]", "[single]", "[stopped]", "[playing]", "[paused]"};
   const char* text = stream->State >= STREAM_FREE && stream->State <= STREAM_PAUSED ? TEXTS[stream->State] : "[???]";
@@ -125,7 +131,7 @@ LONG qorSound_GetStreamState(void* handle, char* state) {
 }
 
 LONG qorSound_SetStreamVolume(void* handle, int percent) {
-  SoundStream* stream = Checked(handle, false, false);
+  SoundStream* stream = Checked(handle, false, Refuses::Nothing);
   if (!stream) return E_FAIL;
   stream->VolumeScale = static_cast<float>(PercentScale(percent));
   SoundBuffer_SetVolumePercent(stream->Buffer, ScaledPercent(stream->Owner->Volume, PercentScale(percent), VolumeFactor));
@@ -133,7 +139,7 @@ LONG qorSound_SetStreamVolume(void* handle, int percent) {
 }
 
 LONG qorSound_SetStreamVolume2(void* handle, int percent) {
-  SoundStream* stream = Checked(handle, false, false);
+  SoundStream* stream = Checked(handle, false, Refuses::Nothing);
   if (!stream) return E_FAIL;
   stream->VolumeScale = static_cast<float>(PercentScale(percent));
   double raised = (LogarithmicVolume(percent) + 10000.0) * static_cast<double>(VolumeFactor) - 10000.0;
@@ -142,7 +148,7 @@ LONG qorSound_SetStreamVolume2(void* handle, int percent) {
 }
 
 LONG qorSound_SetStreamFrequency(void* handle, int percent) {
-  SoundStream* stream = Checked(handle, false, false);
+  SoundStream* stream = Checked(handle, false, Refuses::Nothing);
   if (!stream) return E_FAIL;
   stream->FrequencyScale = static_cast<float>(PercentScale(percent));
   SoundBuffer_SetFrequencyPercent(stream->Buffer,
@@ -151,7 +157,7 @@ LONG qorSound_SetStreamFrequency(void* handle, int percent) {
 }
 
 void qorSound_Enable3D(void* handle, int enable) {
-  if (SoundStream* stream = Checked(handle, false, false)) SoundBuffer_Enable3D(stream->Buffer, enable);
+  if (SoundStream* stream = Checked(handle, false, Refuses::Nothing)) SoundBuffer_Enable3D(stream->Buffer, enable);
 }
 
 LONG qorSound_Pause3DSounds() {

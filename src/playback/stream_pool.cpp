@@ -87,7 +87,7 @@ int SoundEntry::EnabledFileIndex(int i) const {
 SoundStream* SoundEntry::LoadStream(int i) {
   if (!Files) return nullptr;
   char path[PATH_BUFFER_SIZE];
-  ResolveSoundPath(Files[EnabledFileIndex(i)].Path, path);
+  if (!ResolveSoundPath(Files[EnabledFileIndex(i)].Path, path)) return nullptr;
   SoundBuffer* buffer = SoundBuffer_LoadFile(path, Is3D);
   if (!buffer) return nullptr;
   auto* stream = new (std::nothrow) SoundStream(this, i, buffer);
@@ -122,6 +122,7 @@ SoundStream* SoundEntry::AcquireStream(int fileIndex, void** slot, int state, ui
   auto clamp = [this](int index) { return index < 0 ? 0 : (index >= NumLoadedFiles ? NumLoadedFiles - 1 : index); };
   fileIndex = clamp(fileIndex);
 
+  StreamUse asking(self);
   SoundStream* chosen = nullptr;
   if (flags & STREAM_FLAG_EXTRA) {
     int index = clamp(SelectFile(-1));
@@ -137,7 +138,7 @@ SoundStream* SoundEntry::AcquireStream(int fileIndex, void** slot, int state, ui
       if (stream->StartTick == 0) break;
     }
     if (chosen) {
-      if (chosen->State != STREAM_FREE) ReleaseStream(chosen);
+      if (chosen->State != STREAM_FREE && !ReleaseStream(chosen)) return nullptr;
     } else {
       // Only a holder may take a held stream, and only one marked stealable.
       if (!slot || !StreamChains[fileIndex]) return nullptr;
@@ -148,19 +149,25 @@ SoundStream* SoundEntry::AcquireStream(int fileIndex, void** slot, int state, ui
       }
       if (!chosen) return nullptr;
       if (chosen == self) return self;
-      StealStream(chosen);
+      if (!StealStream(chosen)) return nullptr;
     }
+    // After an event the asking holder may be gone, and its handle variable with it.
+    if (self && !asking.Same()) return nullptr;
   }
   chosen->Assign(state, slot, flags);
   return chosen;
 }
 
-void SoundEntry::ReleaseStream(SoundStream* stream) {
+bool SoundEntry::ReleaseStream(SoundStream* stream) {
   stream->Release();
+  StreamUse released(stream);
   NotifyStream(STREAM_EVENT_RELEASED, stream, nullptr);
-  // The holder may have destroyed the stream in its callback (a logout, say): ask
-  // before reading it.
-  if (LiveStream(stream) && (stream->Flags & STREAM_FLAG_EXTRA)) DestroyStream(stream);
+  // The callback may have logged the sound out or played it again: only a stream it
+  // left alone is still this entry's to destroy or hand on.
+  if (!released.Same()) return false;
+  if (!(stream->Flags & STREAM_FLAG_EXTRA)) return true;
+  DestroyStream(stream);
+  return false;
 }
 
 void SoundEntry::DestroyStream(SoundStream* stream) {

@@ -147,4 +147,18 @@ TEST_F(Ambients, PauseHoldsTheWaitAndResumeStartsTheSound) {
   EXPECT_EQ(qorSound_UnloadAllAmbients(), E_FAIL);
 }
 
+TEST_F(Ambients, TheirStreamsDieWithTheCatalogueUnannounced) {
+  ASSERT_EQ(qorSound_LoadAmbient("wind"), S_OK);
+  ASSERT_EQ(qorSound_LoadAmbient("rain"), S_OK);
+  ASSERT_EQ(qorSound_PlayAmbientLooped("wind"), S_OK);
+  static int events;
+  events = 0;
+  qorSound_SetNotifyCallback([](QORSOUND_STREAM_EVENT, void*, void*) { ++events; });
+  ASSERT_EQ(qorSound_Finalize(), S_OK);
+  NotifyCallback = nullptr;
+  EXPECT_EQ(events, 0);
+  EXPECT_EQ(AmbientList, nullptr);
+  EXPECT_EQ(StreamsCreated, 0);
+}
+
 }  // namespace

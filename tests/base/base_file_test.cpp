@@ -190,6 +190,25 @@ TEST_F(BaseFile, RefusedFilesLeaveWhatWasReadBefore) {
   EXPECT_EQ(qorSound_LoadBase(), E_FAIL);
 }
 
+TEST_F(BaseFile, APageTableCutShortKeepsTheRecordsThatWereRead) {
+  BaseFileBuilder file;
+  file.Header(0, 3).Page("alpha").Page("beta").Page("gamma");
+  struct Cut {
+    size_t tableBytes;
+    std::vector<std::string> names;
+  } cuts[] = {{0, {"", "", ""}}, {16, {"alpha", "", ""}}, {35, {"alpha", "beta", "gam"}}};
+  for (const Cut& cut : cuts) {
+    EXPECT_EQ(LoadBytes({file.Bytes.begin(), file.Bytes.begin() + 10240 + cut.tableBytes}), E_FAIL);
+    EXPECT_EQ(PageCount, 3);
+    std::vector<uint8_t> saved = Saved();
+    ASSERT_EQ(saved.size(), 10240u + 3 * 16);
+    for (int i = 0; i < 3; ++i) {
+      EXPECT_EQ(PageTable[i].Name, cut.names[i]) << cut.tableBytes;
+      EXPECT_EQ(reinterpret_cast<char*>(&saved[10240 + 16 * i]), cut.names[i]) << "the next save writes it";
+    }
+  }
+}
+
 TEST_F(BaseFile, BadCountsAndMissingTerminatorsStayInsideTheirFields) {
   // 300 stored pages: the table keeps 256 and the sounds behind still read.
   BaseFileBuilder file;

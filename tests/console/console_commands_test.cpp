@@ -1,4 +1,5 @@
 // The "Sound" commands as a person types them, and what they print.
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -93,8 +94,13 @@ TEST_F(ConsoleCommands, SwitchesFactorsAndTheUpdateDelay) {
   EXPECT_EQ(Run("UpdateDelay"), "Update delay = 50 msec");
   EXPECT_EQ(Run("UpdateDelay abc"), "Update delay = 0 msec");
   EXPECT_EQ(Run("UpdateDelay 20"), "Update delay = 20 msec");
-  EXPECT_EQ(Run("FrequencyFactor 50"), "");
-  EXPECT_EQ(FrequencyFactor, 0.5f);
+  // The percentage stays a double until the product is made a float.
+  int rounded = 0;
+  for (const char* percent : {"50", "33.3", "12.345", "66.6", "42.42", "10.01", "0.001"}) {
+    EXPECT_EQ(Run(("FrequencyFactor " + std::string(percent)).c_str()), "");
+    rounded += FrequencyFactor != static_cast<float>(std::atof(percent) * static_cast<double>(0.01f));
+  }
+  EXPECT_EQ(rounded, 0);
   EXPECT_EQ(Run("RolloffFactor -1"), "\n\tInvalid value");
   EXPECT_EQ(Run("RolloffFactor 2"), "");
   EXPECT_EQ(Run("DistanceFactor 0"), "\n\tInvalid value") << "the device refuses it";

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <filesystem>
 #include <string>
 
 #include "base/catalogue.h"
@@ -61,6 +62,29 @@ TEST_F(Lifecycle, GatedOperationsRefuseUntilStarted) {
   // Settings outlive the system.
   EXPECT_EQ(SoundLatency, 40u);
   SoundLatency = 0;
+}
+
+int Threads() {
+  int count = 0;
+  for ([[maybe_unused]] auto& task : std::filesystem::directory_iterator("/proc/self/task")) ++count;
+  return count;
+}
+
+TEST_F(Lifecycle, ASecondStartWhileRunningIsRefusedAndLeavesTheFirstAlone) {
+  // A real-time output, so that the device has threads to count.
+  kxHost_SetAudioOutput("null");
+  int before = Threads();
+  ASSERT_EQ(qorSound_Initialize(nullptr, 1), S_OK);
+  int running = Threads();
+  char name[256] = "kept";
+  qorSound_CreateNewSound(name);
+  EXPECT_EQ(qorSound_Initialize(nullptr, 0), E_FAIL);
+  EXPECT_EQ(Threads(), running) << "no second device or music object";
+  EXPECT_EQ(ToolMode, 1);
+  EXPECT_EQ(qorSound_FindSound("kept", nullptr), S_OK) << "the running catalogue stays";
+  ASSERT_EQ(qorSound_Finalize(), S_OK);
+  EXPECT_EQ(Threads(), before);
+  EXPECT_EQ(qorSound_Finalize(), E_FAIL);
 }
 
 TEST_F(Lifecycle, ARootTooLongForThePathLoadsAndSavesNothing) {

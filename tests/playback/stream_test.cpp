@@ -509,6 +509,31 @@ TEST_F(Streams, APreviewReportsItsProgressThenEndsOnce) {
   EXPECT_EQ(Run(50).Rms(), 0.0) << "the running file was stopped";
 }
 
+TEST_F(Streams, AStoredPathThatDoesNotFitBesideTheRootIsRefusedNotCut) {
+  // A root of 245 characters leaves room for a stored path of 10: "sounds\\lon" fits,
+  // "sounds\\long.wav" would be cut to it.
+  std::string deep(244 - root.path().size(), 'd');
+  kxHost_SetRootFolder((root.path() + deep).c_str());
+  Restart(1);
+  ASSERT_EQ(std::strlen(RootFolder), 245u);
+  ToneFile(deep + "/sounds/lon", 440, 1.0);
+  struct Case {
+    const char* sound;
+    const char* path;
+    bool heard;
+  } cases[] = {{"edge", "sounds\\lon", true}, {"long", "sounds\\long.wav", false}};
+  for (const Case& c : cases) {
+    Create(c.sound);
+    char path[64];
+    std::snprintf(path, sizeof path, "%s", c.path);
+    ASSERT_EQ(qorSound_AddFile(c.sound, path), S_OK);
+    EXPECT_EQ(qorSound_LoginSound(c.sound), c.heard ? S_OK : E_FAIL) << c.path;
+    EXPECT_EQ(Play(c.sound), c.heard);
+    EXPECT_EQ(Run(100).Rms(0.02) > 0.1, c.heard) << c.path;
+    qorSound_LogoutSound(c.sound);
+  }
+}
+
 TEST_F(Streams, ARedirectedNamePlaysItsTarget) {
   Sound("low", {300}, 0.1);
   SoundEntry* high = Sound("high", {1200}, 0.1);
