@@ -17,7 +17,7 @@
 
 #include "audio/openal.h"
 #include "audio/output_mode.h"
-#include "kxTypes.h"
+#include "kxSoundWin32.h"
 
 namespace kxaudio {
 

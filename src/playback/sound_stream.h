@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "kxSound.h"
+#include "kxSoundWin32.h"
 
 class SoundBuffer;
 class SoundEntry;
