@@ -13,6 +13,7 @@
 
 #include "kxHost.h"
 #include "kxSound.h"
+#include "kxSoundWin32.h"
 #include "playback/sound_buffer.h"
 #include "ratio_reporter.h"
 

@@ -1,15 +1,20 @@
 // kxSound: the sound module of the engine. Catalogue of named sounds, 2D/3D playback,
 // ambients, MP3 music and the "Sound" console commands.
 //
-// Results of type LONG are 0 for success and E_FAIL for every failure. Sound handles are
-// the addresses the module hands out; strings are zero-terminated. Functions with a name
-// follow the sound's redirection, functions with a handle act on that entry.
+// Results of type int32_t are KXSOUND_OK (0) for success and KXSOUND_FAIL for every failure.
+// Sound handles are the addresses the module hands out; strings are zero-terminated.
+// Functions with a name follow the sound's redirection, functions with a handle act on that
+// entry. The header is C++: several exports are overloads.
 #ifndef KX_SOUND_H
 #define KX_SOUND_H
 
 #include "kxTypes.h"
 
 #define KXSOUND_API KX_EXPORT
+
+// The one failure code, 0x80004005 (E_FAIL to code that includes kxSoundWin32.h).
+#define KXSOUND_OK ((int32_t)0)
+#define KXSOUND_FAIL ((int32_t)0x80004005u)
 
 // Stream events passed to the notify callback as (event, stream, second).
 enum QORSOUND_STREAM_EVENT : int32_t {
@@ -37,18 +42,18 @@ typedef void (*QORSOUND_PREVIEW_CALLBACK)(int progress);
 #define STREAM_FLAG_EXTRA 2u
 
 // ---- life cycle ----
-KXSOUND_API LONG qorSound_Initialize(HWND window, int toolMode);
-KXSOUND_API LONG qorSound_Finalize();
+KXSOUND_API int32_t qorSound_Initialize(void* window, int toolMode);
+KXSOUND_API int32_t qorSound_Finalize();
 KXSOUND_API void qorSound_SetNotifyCallback(QORSOUND_NOTIFY_CALLBACK callback);
 KXSOUND_API void qorSound_Enable3DPlay(int enable);
-KXSOUND_API void qorSound_SetLatency(ULONG milliseconds);
+KXSOUND_API void qorSound_SetLatency(uint32_t milliseconds);
 
 // ---- master controls ----
-KXSOUND_API LONG qorSound_Enable(int enable);
+KXSOUND_API int32_t qorSound_Enable(int enable);
 // Master volume in percent (0..100; above 100 counts as 100).
-KXSOUND_API LONG qorSound_SetVolume(int volume);
-KXSOUND_API LONG qorSound_GetVolume(int* volume);
-KXSOUND_API LONG qorSound_SetFrequencyFactor(float factor);
+KXSOUND_API int32_t qorSound_SetVolume(int volume);
+KXSOUND_API int32_t qorSound_GetVolume(int* volume);
+KXSOUND_API int32_t qorSound_SetFrequencyFactor(float factor);
 
 // ---- frame ----
 KXSOUND_API void qorSound_Update();
@@ -56,12 +61,12 @@ KXSOUND_API void qorSound_Render();
 
 // ---- listener ----
 // Three floats each: x right, y up, z ahead. None may be null.
-KXSOUND_API LONG qorSound_SetEarsPosition(const void* position, const void* front, const void* top);
+KXSOUND_API int32_t qorSound_SetEarsPosition(const void* position, const void* front, const void* top);
 
 // ---- catalogue ----
-KXSOUND_API LONG qorSound_FindSound(const char* name, void** sound);
+KXSOUND_API int32_t qorSound_FindSound(const char* name, void** sound);
 // name: room for 256 characters.
-KXSOUND_API LONG qorSound_GetSoundName(void* sound, char* name);
+KXSOUND_API int32_t qorSound_GetSoundName(void* sound, char* name);
 // name: in and out; receives the name the new sound got (256 bytes of room).
 KXSOUND_API void qorSound_CreateNewSound(char* name);
 KXSOUND_API void qorSound_DeleteSound(void* sound);
@@ -69,7 +74,7 @@ KXSOUND_API void qorSound_DeleteSound(const char* name);
 // newName: out only; receives the clone's generated name (256 bytes of room).
 KXSOUND_API void qorSound_CloneSound(const char* source, char* newName);
 KXSOUND_API void qorSound_CopyParameters(const char* target, const char* source);
-KXSOUND_API LONG qorSound_ChangeName(const char* name, const char* newName);
+KXSOUND_API int32_t qorSound_ChangeName(const char* name, const char* newName);
 KXSOUND_API void qorSound_EnumerateSounds(QORSOUND_ENUM_SOUNDS_CALLBACK callback);
 KXSOUND_API char* qorSound_GetSoundComments(const char* name);
 KXSOUND_API void qorSound_SetSoundComments(const char* name, const char* comments);
@@ -99,114 +104,114 @@ KXSOUND_API void qorSound_Set3D(const char* name, int is3D);
 // ---- file lists ----
 KXSOUND_API void qorSound_EnumerateFiles(const char* name, QORSOUND_ENUM_FILES_CALLBACK callback);
 // path: 63 bytes of room.
-KXSOUND_API LONG qorSound_GetFile(const char* name, char* path, int index);
+KXSOUND_API int32_t qorSound_GetFile(const char* name, char* path, int index);
 KXSOUND_API int qorSound_IsFileEnabled(const char* name, int index);
 KXSOUND_API void qorSound_SetFileEnabled(const char* name, int index, int enabled);
 // path: in and out; receives the stored (lower-case) form. A path of more than 62
 // characters does not fit a file record and is refused.
-KXSOUND_API LONG qorSound_AddFile(const char* name, char* path);
+KXSOUND_API int32_t qorSound_AddFile(const char* name, char* path);
 KXSOUND_API void qorSound_DeleteFile(const char* name, int index);
 KXSOUND_API void qorSound_SwapFiles(const char* name, int first, int second);
 
 // ---- pages ----
 // A page name holds at most 15 characters; a longer one is refused.
-KXSOUND_API LONG qorSound_NewPage(const char* name);
+KXSOUND_API int32_t qorSound_NewPage(const char* name);
 KXSOUND_API void qorSound_EnumeratePages(QORSOUND_ENUM_PAGES_CALLBACK callback);
 // name: 16 bytes of room.
-KXSOUND_API LONG qorSound_GetPageName(int index, char* name);
-KXSOUND_API LONG qorSound_SetPageName(int index, const char* name);
-KXSOUND_API LONG qorSound_DeletePage(int index);
+KXSOUND_API int32_t qorSound_GetPageName(int index, char* name);
+KXSOUND_API int32_t qorSound_SetPageName(int index, const char* name);
+KXSOUND_API int32_t qorSound_DeletePage(int index);
 KXSOUND_API void qorSound_SetSoundPage(const char* sound, int page);
 KXSOUND_API int qorSound_GetSoundPage(const char* sound);
 
 // ---- login and logout ----
-KXSOUND_API LONG qorSound_LoginSound(const char* name);
-KXSOUND_API LONG qorSound_LoginSound(void* sound);
-KXSOUND_API LONG qorSound_PreloadSound(const char* name);
-KXSOUND_API LONG qorSound_LogoutSound(const char* name);
-KXSOUND_API LONG qorSound_LogoutSound(void* sound);
+KXSOUND_API int32_t qorSound_LoginSound(const char* name);
+KXSOUND_API int32_t qorSound_LoginSound(void* sound);
+KXSOUND_API int32_t qorSound_PreloadSound(const char* name);
+KXSOUND_API int32_t qorSound_LogoutSound(const char* name);
+KXSOUND_API int32_t qorSound_LogoutSound(void* sound);
 
 // ---- playing ----
 // position: three floats, or null for the listener's place. The third argument is unused.
-KXSOUND_API LONG qorSound_PlaySound(const char* name, const void* position, int unused);
-KXSOUND_API LONG qorSound_PlaySound(void* sound, const void* position, int unused);
+KXSOUND_API int32_t qorSound_PlaySound(const char* name, const void* position, int unused);
+KXSOUND_API int32_t qorSound_PlaySound(void* sound, const void* position, int unused);
 // stream: the caller's variable, which receives the handle (and a new one at each hand-over).
-KXSOUND_API void* qorSound_QueryStream(const char* name, void** stream, ULONG flags);
-KXSOUND_API void* qorSound_QueryStream(void* sound, void** stream, ULONG flags);
+KXSOUND_API void* qorSound_QueryStream(const char* name, void** stream, uint32_t flags);
+KXSOUND_API void* qorSound_QueryStream(void* sound, void** stream, uint32_t flags);
 KXSOUND_API void qorSound_ReleaseStream(void* stream);
 // target null clears the redirection.
-KXSOUND_API LONG qorSound_RedirectSound(const char* name, const char* target);
+KXSOUND_API int32_t qorSound_RedirectSound(const char* name, const char* target);
 // path null stops the previewed file.
-KXSOUND_API LONG qorSound_PlayFile2(const char* path, int loop, QORSOUND_PREVIEW_CALLBACK callback);
+KXSOUND_API int32_t qorSound_PlayFile2(const char* path, int loop, QORSOUND_PREVIEW_CALLBACK callback);
 
 // ---- stream control ----
-// Every operation fails with E_FAIL for a handle that is null or no longer alive.
-KXSOUND_API LONG qorSound_PlayStream(void* stream);
-KXSOUND_API LONG qorSound_ResumeStream(void* stream);
-KXSOUND_API LONG qorSound_StopStream(void* stream);
-KXSOUND_API LONG qorSound_PauseStream(void* stream);
-KXSOUND_API LONG qorSound_RewindStream(void* stream);
-KXSOUND_API LONG qorSound_SetStreamProgress(void* stream, int percent);
-KXSOUND_API LONG qorSound_SetStreamPosition(void* stream, const void* position);
-KXSOUND_API LONG qorSound_SetStreamVelocity(void* stream, const void* velocity);
-KXSOUND_API LONG qorSound_GetStreamPosition(void* stream, void* position);
+// Every operation fails with KXSOUND_FAIL for a handle that is null or no longer alive.
+KXSOUND_API int32_t qorSound_PlayStream(void* stream);
+KXSOUND_API int32_t qorSound_ResumeStream(void* stream);
+KXSOUND_API int32_t qorSound_StopStream(void* stream);
+KXSOUND_API int32_t qorSound_PauseStream(void* stream);
+KXSOUND_API int32_t qorSound_RewindStream(void* stream);
+KXSOUND_API int32_t qorSound_SetStreamProgress(void* stream, int percent);
+KXSOUND_API int32_t qorSound_SetStreamPosition(void* stream, const void* position);
+KXSOUND_API int32_t qorSound_SetStreamVelocity(void* stream, const void* velocity);
+KXSOUND_API int32_t qorSound_GetStreamPosition(void* stream, void* position);
 // name: room for 63 bytes.
-KXSOUND_API LONG qorSound_GetStreamFile(void* stream, char* name);
+KXSOUND_API int32_t qorSound_GetStreamFile(void* stream, char* name);
 // state: room for 10 bytes.
-KXSOUND_API LONG qorSound_GetStreamState(void* stream, char* state);
-KXSOUND_API LONG qorSound_SetStreamVolume(void* stream, int percent);
-KXSOUND_API LONG qorSound_SetStreamVolume2(void* stream, int percent);
-KXSOUND_API LONG qorSound_SetStreamFrequency(void* stream, int percent);
+KXSOUND_API int32_t qorSound_GetStreamState(void* stream, char* state);
+KXSOUND_API int32_t qorSound_SetStreamVolume(void* stream, int percent);
+KXSOUND_API int32_t qorSound_SetStreamVolume2(void* stream, int percent);
+KXSOUND_API int32_t qorSound_SetStreamFrequency(void* stream, int percent);
 KXSOUND_API void qorSound_Enable3D(void* stream, int enable);
-KXSOUND_API LONG qorSound_Pause3DSounds();
-KXSOUND_API LONG qorSound_Resume3DSounds();
+KXSOUND_API int32_t qorSound_Pause3DSounds();
+KXSOUND_API int32_t qorSound_Resume3DSounds();
 
 // ---- ambients (2D sounds with a stream of their own and a delay cycle) ----
-KXSOUND_API LONG qorSound_LoadAmbient(const char* name);
-KXSOUND_API LONG qorSound_UnloadAmbient(const char* name);
-KXSOUND_API LONG qorSound_UnloadAllAmbients();
-KXSOUND_API LONG qorSound_PauseAllAmbiemts();
-KXSOUND_API LONG qorSound_ResumeAllAmbiemts();
-KXSOUND_API LONG qorSound_PlayAmbientLooped(const char* name);
+KXSOUND_API int32_t qorSound_LoadAmbient(const char* name);
+KXSOUND_API int32_t qorSound_UnloadAmbient(const char* name);
+KXSOUND_API int32_t qorSound_UnloadAllAmbients();
+KXSOUND_API int32_t qorSound_PauseAllAmbiemts();
+KXSOUND_API int32_t qorSound_ResumeAllAmbiemts();
+KXSOUND_API int32_t qorSound_PlayAmbientLooped(const char* name);
 // Waits of seconds ± percent (0..90) between starts; negative seconds are refused.
-KXSOUND_API LONG qorSound_PlayAmbientDelayed(const char* name, int seconds, int percent);
-KXSOUND_API LONG qorSound_StopAmbient(const char* name);
-KXSOUND_API LONG qorSound_AmbientVolume(const char* name, int volume);
+KXSOUND_API int32_t qorSound_PlayAmbientDelayed(const char* name, int seconds, int percent);
+KXSOUND_API int32_t qorSound_StopAmbient(const char* name);
+KXSOUND_API int32_t qorSound_AmbientVolume(const char* name, int volume);
 
 // ---- MP3 music ----
 // path: relative to the root folder unless it holds a colon; ".mp3" is added when missing.
-KXSOUND_API LONG qorSound_LoadMP3(const char* path, int flag);
-KXSOUND_API LONG qorSound_UnloadMP3();
-KXSOUND_API LONG qorSound_PlayMP3();
-KXSOUND_API LONG qorSound_PauseMP3();
-KXSOUND_API LONG qorSound_StopMP3();
-KXSOUND_API LONG qorSound_RewindMP3();
+KXSOUND_API int32_t qorSound_LoadMP3(const char* path, int flag);
+KXSOUND_API int32_t qorSound_UnloadMP3();
+KXSOUND_API int32_t qorSound_PlayMP3();
+KXSOUND_API int32_t qorSound_PauseMP3();
+KXSOUND_API int32_t qorSound_StopMP3();
+KXSOUND_API int32_t qorSound_RewindMP3();
 // 1 once after a listed file has ended, else 0.
 KXSOUND_API int qorSound_IsMP3FileFinished();
 // Plays the built-in test clip.
-KXSOUND_API LONG qorSound_TestMP3();
-KXSOUND_API LONG qorSound_SetVolumeMP3(int volume);
-KXSOUND_API LONG qorSound_GetVolumeMP3(int* volume);
+KXSOUND_API int32_t qorSound_TestMP3();
+KXSOUND_API int32_t qorSound_SetVolumeMP3(int volume);
+KXSOUND_API int32_t qorSound_GetVolumeMP3(int* volume);
 
 // ---- MP3 play lists (.m3u) ----
 // A list file without any entry is refused and the old list stays.
-KXSOUND_API LONG qorSound_LoadMP3List(const char* path, int wrap);
-KXSOUND_API LONG qorSound_UnloadMP3List();
-KXSOUND_API LONG qorSound_NextMP3();
-KXSOUND_API LONG qorSound_PrevMP3();
-KXSOUND_API LONG qorSound_GoMP3Index(int index, int flag);
-KXSOUND_API LONG qorSound_RandomizeMP3List(int random);
+KXSOUND_API int32_t qorSound_LoadMP3List(const char* path, int wrap);
+KXSOUND_API int32_t qorSound_UnloadMP3List();
+KXSOUND_API int32_t qorSound_NextMP3();
+KXSOUND_API int32_t qorSound_PrevMP3();
+KXSOUND_API int32_t qorSound_GoMP3Index(int index, int flag);
+KXSOUND_API int32_t qorSound_RandomizeMP3List(int random);
 
 // ---- base file ----
-KXSOUND_API LONG qorSound_LoadBase();
-KXSOUND_API LONG qorSound_SaveBase();
+KXSOUND_API int32_t qorSound_LoadBase();
+KXSOUND_API int32_t qorSound_SaveBase();
 
 // ---- wave information ----
 // name: 22 bytes of room.
-KXSOUND_API void qorSound_WaveFormatStr(ULONG tag, char* name);
+KXSOUND_API void qorSound_WaveFormatStr(uint32_t tag, char* name);
 // Format of a RIFF WAVE file and the size of its data chunk in bytes. On failure none of
 // the references is written.
-KXSOUND_API LONG qorSound_GetFileInfo(const char* path, ULONG& formatTag, int& channels, int& bits,
+KXSOUND_API int32_t qorSound_GetFileInfo(const char* path, uint32_t& formatTag, int& channels, int& bits,
                                       int& samplesPerSec, int& dataBytes);
 
 #endif

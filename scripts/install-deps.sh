@@ -2,7 +2,8 @@
 # Installs the Debian packages the build, the tests and the tools need, when missing.
 set -euo pipefail
 packages=(cmake ninja-build g++ clang libclang-rt-14-dev pkg-config
-          libgtest-dev libbenchmark-dev libopenal-dev libmpg123-dev libsoxr-dev nlohmann-json3-dev lame)
+          libgtest-dev libbenchmark-dev libopenal-dev libmpg123-dev libsoxr-dev nlohmann-json3-dev lame
+          libx11-dev)
 missing=()
 for p in "${packages[@]}"; do
   dpkg -s "$p" >/dev/null 2>&1 || missing+=("$p")

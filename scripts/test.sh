@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds twice (plain, and with AddressSanitizer and
 # UndefinedBehaviorSanitizer under clang), runs every test in both, fuzzes each
-# parser for a bounded time, and checks that an installed copy can be built against.
+# parser for a bounded time, and checks that an installed copy can be built against:
+# a consumer and the example host, which runs headless.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/install-deps.sh
@@ -45,6 +46,23 @@ cmake --build build/consumer >/dev/null
 PKG_CONFIG_PATH="$stage/lib/pkgconfig" c++ -std=c++17 tests/install/consumer.cpp -o build/consumer/consumer-pc \
   $(PKG_CONFIG_PATH="$stage/lib/pkgconfig" pkg-config --cflags --libs kxsound) -Wl,-rpath,"$stage/lib"
 ./build/consumer/consumer-pc
+
+echo "== the example host, against the installed package =="
+rm -rf build/example-host
+cmake -S examples/host -B build/example-host -G Ninja -DCMAKE_PREFIX_PATH="$stage" >/dev/null
+cmake --build build/example-host >/dev/null
+./build/example-host/kxsound-host --output offline --seconds 3 | grep '^host:'
+# No sound card, on any machine: alsa-lib with an empty configuration. The host goes on with the
+# null output; standard error has one sentence about the card and nothing of the libraries' own.
+err=$(mktemp)
+ALSOFT_DRIVERS=alsa ALSA_CONFIG_PATH=/dev/null ./build/example-host/kxsound-host --output device --seconds 1 \
+  2>"$err" | grep '^host:'
+if [ "$(grep -c 'no sound card' "$err")" -ne 1 ] || grep -qE '^(ALSA lib|AL lib)' "$err"; then
+  cat "$err"
+  echo "the example host without a sound card: expected one line about it on standard error"
+  exit 1
+fi
+rm -f "$err"
 rm -rf "$stage"
 
 passed=$(grep -oE '[0-9]+ tests failed out of [0-9]+' "$log" | awk '{ failed += $1; total += $6 } END { print total - failed }')

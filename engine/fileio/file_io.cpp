@@ -12,6 +12,7 @@
 
 #include "fileio/path_resolve.h"
 #include "kxEngine.h"
+#include "kxSoundWin32.h"
 
 namespace {
 

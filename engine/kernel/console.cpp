@@ -8,6 +8,7 @@
 #include "common/ascii.h"
 #include "kxEngine.h"
 #include "kxHost.h"
+#include "kxSoundWin32.h"
 
 namespace {
 

@@ -6,6 +6,7 @@
 
 #include "kxEngine.h"
 #include "kxHost.h"
+#include "kxSoundWin32.h"
 
 namespace {
 

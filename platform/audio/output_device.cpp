@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "audio/capture.h"
+#include "audio/device_failure.h"
 #include "kxHost.h"
 
 namespace kxaudio {
@@ -34,17 +35,14 @@ std::unique_ptr<OutputDevice> OutputDevice::Open(int index) {
   if (index < 0 || index >= kOutputCount) return nullptr;
   OutputMode mode = CurrentOutputMode();
   if (mode == OutputMode::None) return nullptr;
+  QuietOpenAL();
   std::unique_ptr<OutputDevice> out(new OutputDevice(index, mode));
   if (mode == OutputMode::Device) {
-    out->device_ = alcOpenDevice(nullptr);
-    if (!out->device_) return nullptr;
-    const ALCchar* name = alcGetString(out->device_, ALC_DEVICE_SPECIFIER);
-    if (!name || std::strcmp(name, kNoOutputName) == 0) return nullptr;
+    if (!out->OpenSoundCard()) return nullptr;
   } else {
     out->device_ = alcLoopbackOpenDeviceSOFT(nullptr);
-    if (!out->device_) return nullptr;
+    if (!out->device_ || !out->CreateContext()) return nullptr;
   }
-  if (!out->CreateContext()) return nullptr;
   {
     std::lock_guard<std::mutex> hold(g_ownerLock);
     g_owners[index] = out.get();
@@ -56,6 +54,28 @@ std::unique_ptr<OutputDevice> OutputDevice::Open(int index) {
     out->nullThread_ = std::thread(&OutputDevice::RunNull, out.get());
   }
   return out;
+}
+
+// The system's default output, or one sentence that says why there is none.
+bool OutputDevice::OpenSoundCard() {
+  AlsaMessages alsa;
+  const char* failure = nullptr;
+  device_ = alcOpenDevice(nullptr);
+  if (!device_) {
+    failure = "the system's default output did not open";
+  } else {
+    const ALCchar* name = alcGetString(device_, ALC_DEVICE_SPECIFIER);
+    if (!name || std::strcmp(name, kNoOutputName) == 0)
+      failure = "OpenAL Soft offers only its null output";
+    else if (!CreateContext())
+      failure = "the system's default output refused to mix";
+  }
+  if (failure) {
+    ReportDeviceFailure(failure, alsa.First());
+    return false;
+  }
+  ClearDeviceFailure();
+  return true;
 }
 
 OutputDevice::~OutputDevice() {

@@ -17,7 +17,7 @@
 
 #include "audio/openal.h"
 #include "audio/output_mode.h"
-#include "kxTypes.h"
+#include "kxSoundWin32.h"
 
 namespace kxaudio {
 
@@ -51,6 +51,7 @@ public:
 
 private:
   OutputDevice(int index, OutputMode mode) : index_(index), mode_(mode) {}
+  bool OpenSoundCard();
   bool CreateContext();
   void DestroyContext();
   void Render(uint32_t frames, bool capture);

@@ -4,7 +4,7 @@
 #ifndef KX_PLATFORM_DSOUND_H
 #define KX_PLATFORM_DSOUND_H
 
-#include "kxTypes.h"
+#include "kxSoundWin32.h"
 
 struct GUID {
   uint32_t Data1;

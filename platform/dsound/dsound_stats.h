@@ -4,7 +4,7 @@
 
 #include <stdint.h>
 
-#include "kxTypes.h"
+#include "kxSoundWin32.h"
 
 extern "C" {
 // Bytes of sample storage the stand-in holds; samples shared by duplicates count once.

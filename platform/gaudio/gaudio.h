@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-#include "kxTypes.h"
+#include "kxSoundWin32.h"
 
 // The description of a sound to make, 40 bytes. Addresses travel as 32-bit tokens
 // of gaudio::Address32, so the record keeps its layout on 64-bit machines.

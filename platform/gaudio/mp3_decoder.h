@@ -10,7 +10,7 @@
 #include <memory>
 #include <vector>
 
-#include "kxTypes.h"
+#include "kxSoundWin32.h"
 
 struct mpg123_handle_struct;
 

@@ -4,7 +4,7 @@
 #define KX_PLATFORM_GLOBAL_MEMORY_H
 
 #include <stddef.h>
-#include "kxTypes.h"
+#include "kxSoundWin32.h"
 
 typedef void* HGLOBAL;
 

@@ -3,7 +3,7 @@
 #ifndef KX_PLATFORM_MMIO_H
 #define KX_PLATFORM_MMIO_H
 
-#include "kxTypes.h"
+#include "kxSoundWin32.h"
 
 typedef DWORD FOURCC;
 typedef struct MmioFile* HMMIO;

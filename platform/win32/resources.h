@@ -5,7 +5,7 @@
 
 #include <stdint.h>
 
-#include "kxTypes.h"
+#include "kxSoundWin32.h"
 
 typedef struct ResourceInfo* HRSRC;
 typedef void* HGLOBAL;

@@ -2,7 +2,7 @@
 #ifndef KX_PLATFORM_TICK_COUNT_H
 #define KX_PLATFORM_TICK_COUNT_H
 
-#include "kxTypes.h"
+#include "kxSoundWin32.h"
 
 extern "C" KX_EXPORT DWORD GetTickCount(void);
 

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "kxTypes.h"
+#include "kxSoundWin32.h"
 
 // An open file being read, with the bytes it has left, so that no stored count can
 // make the reader allocate more than the file could fill.

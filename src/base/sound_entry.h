@@ -6,6 +6,7 @@
 
 #include "base/named_node.h"
 #include "kxSound.h"
+#include "kxSoundWin32.h"
 
 class SoundStream;
 struct FileCursor;

@@ -2,7 +2,7 @@
 #ifndef KXSOUND_CONSOLE_CONSOLE_COMMANDS_H
 #define KXSOUND_CONSOLE_CONSOLE_COMMANDS_H
 
-#include "kxTypes.h"
+#include "kxSoundWin32.h"
 
 void RegisterConsoleCommands();
 LONG SoundConsoleHandler(ULONG id, int argc, char** argv);

@@ -2,7 +2,7 @@
 #ifndef KXSOUND_CORE_DEVICE_H
 #define KXSOUND_CORE_DEVICE_H
 
-#include "kxTypes.h"
+#include "kxSoundWin32.h"
 
 LONG Device_Start(HWND window);
 void Device_Stop();

@@ -4,6 +4,7 @@
 #define KXSOUND_CORE_STATE_H
 
 #include "kxSound.h"
+#include "kxSoundWin32.h"
 
 class SoundEntry;
 struct SoundPage;

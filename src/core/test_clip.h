@@ -1,7 +1,7 @@
 #ifndef KXSOUND_CORE_TEST_CLIP_H
 #define KXSOUND_CORE_TEST_CLIP_H
 
-#include "kxTypes.h"
+#include "kxSoundWin32.h"
 
 constexpr unsigned TEST_CLIP_RESOURCE_ID = 102;
 constexpr char TEST_CLIP_RESOURCE_TYPE[] = "mp3";

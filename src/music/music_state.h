@@ -5,7 +5,7 @@
 #include <atomic>
 #include <cstdint>
 
-#include "kxTypes.h"
+#include "kxSoundWin32.h"
 
 class GAudioSound;
 class NamedNode;

@@ -7,6 +7,7 @@
 #include <new>
 
 #include "kxSound.h"
+#include "kxSoundWin32.h"
 
 class SoundBuffer;
 class SoundEntry;

@@ -6,7 +6,7 @@
 #include <cstdint>
 
 #include "dsound/dsound.h"
-#include "kxTypes.h"
+#include "kxSoundWin32.h"
 #include "win32/mmio.h"
 
 class WaveReader {

@@ -3,6 +3,7 @@
 
 #include "kxHost.h"
 #include "kxSound.h"
+#include "kxSoundWin32.h"
 #include "temp_dir.h"
 
 TEST(FreshProcess, TheFirstGeneratedNameIsSound001) {

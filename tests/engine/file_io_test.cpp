@@ -7,6 +7,7 @@
 #include "kxEngine.h"
 #include "kxHost.h"
 #include "kxPath.h"
+#include "kxSoundWin32.h"
 #include "temp_dir.h"
 
 namespace {

@@ -11,10 +11,10 @@ int main() {
   if (!mkdtemp(folder)) return 1;
   kxHost_SetRootFolder(folder);
   kxHost_SetAudioOutput("offline");
-  if (qorSound_Initialize(nullptr, 1) != S_OK) return 1;
+  if (qorSound_Initialize(nullptr, 1) != KXSOUND_OK) return 1;
   char name[256] = "";
   qorSound_CreateNewSound(name);
-  bool ok = qorSound_FindSound(name, nullptr) == S_OK;
+  bool ok = qorSound_FindSound(name, nullptr) == KXSOUND_OK;
   qorSound_Finalize();
   std::printf("installed kxSound: %s\n", ok ? "works" : "BROKEN");
   return ok ? 0 : 1;

@@ -2,9 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <string>
 #include <thread>
 #include <vector>
 
+#include "audio/device_failure.h"
 #include "audio/output_device.h"
 #include "dsound/dsound.h"
 #include "kxHost.h"
@@ -27,19 +29,38 @@ TEST_F(Output, ModesWithoutADeviceMakeDirectSoundCreateFail) {
   EXPECT_EQ(DSERR_INVALIDPARAM, DirectSoundCreate(nullptr, nullptr, nullptr));
 }
 
-// Machines without a sound card fail like a Windows machine without one. Where a real output
-// exists there is nothing to check here.
+// Machines without a sound card fail like a Windows machine without one, and say why in one
+// sentence instead of the audio library's screenful. Where a real output exists there is
+// nothing to check here.
 TEST_F(Output, TheDeviceModeOpensOnlyRealHardware) {
   ASSERT_EQ(0, kxHost_SetAudioOutput("device"));
+  std::vector<std::string> reported;
+  kxaudio::SetDeviceFailureReporter(
+      [](const char* text, void* user) { static_cast<std::vector<std::string>*>(user)->push_back(text); }, &reported);
   IDirectSound* ds = nullptr;
+  testing::internal::CaptureStderr();
   HRESULT result = DirectSoundCreate(nullptr, &ds, nullptr);
+  std::string printed = testing::internal::GetCapturedStderr();
+  kxaudio::SetDeviceFailureReporter(nullptr, nullptr);
   if (result == DS_OK) {
     EXPECT_GE(kxHost_MixRate(0), 8000u) << "the sound card's own rate";
+    EXPECT_EQ("", kxaudio::DeviceFailure());
     ds->Release();
     GTEST_SKIP() << "this machine has an audio output";
   }
   EXPECT_EQ(DSERR_NODRIVER, result);
   EXPECT_EQ(nullptr, ds);
+  EXPECT_EQ("", printed) << "nothing of the audio library's own";
+  ASSERT_EQ(1u, reported.size());
+  EXPECT_EQ(0u, reported[0].find("no sound card: ")) << reported[0];
+  EXPECT_NE(std::string::npos, reported[0].find("\"offline\" output with kxHost_SetAudioOutput")) << reported[0];
+  EXPECT_EQ(reported[0], kxaudio::DeviceFailure());
+
+  // Without a reporter the sentence goes to standard error, once in a process.
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(DSERR_NODRIVER, DirectSoundCreate(nullptr, &ds, nullptr));
+  EXPECT_EQ(DSERR_NODRIVER, DirectSoundCreate(nullptr, &ds, nullptr));
+  EXPECT_EQ("kxSound: " + reported[0] + "\n", testing::internal::GetCapturedStderr());
 }
 
 // The null output keeps real time by itself and captures nothing.

@@ -12,6 +12,7 @@
 #include "base_file_builder.h"
 #include "kxHost.h"
 #include "kxSound.h"
+#include "kxSoundWin32.h"
 #include "temp_dir.h"
 
 extern char** environ;

@@ -16,6 +16,7 @@
 
 #include "kxHost.h"
 #include "kxSound.h"
+#include "kxSoundWin32.h"
 #include "temp_dir.h"
 #include "wave_file.h"
 

@@ -16,6 +16,7 @@
 #include "catalogue_json_values.h"
 #include "commands.h"
 #include "kxSound.h"
+#include "kxSoundWin32.h"
 
 namespace {
 

@@ -12,6 +12,7 @@
 #include "commands.h"
 #include "kxHost.h"
 #include "kxSound.h"
+#include "kxSoundWin32.h"
 #include "scene_player.h"
 #include "scene_session.h"
 #include "synth.h"

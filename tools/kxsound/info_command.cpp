@@ -6,6 +6,7 @@
 #include "commands.h"
 #include "kxHost.h"
 #include "kxSound.h"
+#include "kxSoundWin32.h"
 
 namespace {
 

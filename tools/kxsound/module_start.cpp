@@ -6,6 +6,7 @@
 #include "commands.h"
 #include "kxHost.h"
 #include "kxSound.h"
+#include "kxSoundWin32.h"
 
 bool StartModule(const CommonOptions& options, int toolMode, const char* output) {
   if (!options.Root.empty()) {

@@ -4,6 +4,7 @@
 
 #include "commands.h"
 #include "kxSound.h"
+#include "kxSoundWin32.h"
 
 namespace {
 

@@ -8,6 +8,7 @@
 
 #include "kxHost.h"
 #include "kxSound.h"
+#include "kxSoundWin32.h"
 #include "scene_mixer.h"
 #include "terminal.h"
 #include "wav_writer.h"
