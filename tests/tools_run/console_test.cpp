@@ -27,7 +27,8 @@ TEST(KxsoundConsoleTest, EndOfInputEndsItAndToolModeHasNoCommands) {
   MakeTestCatalogue(root);
   ToolRun plain = RunTool({"console", "--root", root.path(), "--output", "null"}, "help\nUpdateDelay");
   EXPECT_EQ(plain.Status, 0) << plain.Err;
-  EXPECT_TRUE(Has(plain.Out, "PlaySound p1 [p2] [p3] [p4]")) << plain.Out;
+  EXPECT_TRUE(Has(plain.Out, "PlaySound NAME [X Y Z]")) << plain.Out;
+  EXPECT_FALSE(Has(plain.Out, " p1")) << "every Sound command has its parameters named";
   EXPECT_TRUE(Has(plain.Out, "wait MS")) << "help lists the scene words too";
   EXPECT_TRUE(Has(plain.Out, "Update delay = 50 msec")) << "the last line had no newline";
 
