@@ -46,7 +46,7 @@ const Entry kSoundWords[] = {
     {"Sound", "LoadMP3List", {"PATH", "loads an .m3u play list, which wraps around at its end"}},
     {"Sound", "UnloadMP3List", {"", "unloads the play list"}},
     {"Sound", "NextMP3", {"", "loads and plays the next entry of the list"}},
-    {"Sound", "PrevMP3", {"", "always FAILED: the module has no way back"}},
+    {"Sound", "PrevMP3", {"", "always fails: the module cannot step back"}},
     {"Sound", "GoPM3Index", {"INDEX", "loads entry INDEX of the list, without playing it"}},
     {"Sound", "UpdateDelay", {"[MS]", "shows the milliseconds between commits of 3D settings, or sets them"}},
 };

@@ -143,7 +143,7 @@ TEST_F(KxsoundRunTest, ALoudSceneReportsWhatWasClipped) {
   EXPECT_DOUBLE_EQ(peak, over);
 }
 
-TEST_F(KxsoundRunTest, TracesStreamEventsInOrderWithNumberedStreams) {
+TEST_F(KxsoundRunTest, TracesStreamEventsByNameWithTheSoundAndFileOfEachStream) {
   ToolRun run = Run(kScene, {"--output", "wav:" + work.file("out.wav"), "--trace"});
   ASSERT_EQ(run.Status, 0) << run.Err;
   std::vector<std::string> events;
@@ -151,16 +151,28 @@ TEST_F(KxsoundRunTest, TracesStreamEventsInOrderWithNumberedStreams) {
     std::istringstream in(line);
     unsigned long ms;
     std::string word, rest;
-    if (!(in >> ms >> word) || word != "event") continue;
+    if (!(in >> ms >> word) || (word != "acquired" && word != "released" && word != "changed" && word != "replaced"))
+      continue;
     std::getline(in, rest);
-    events.push_back(rest.substr(1));
-    if (rest == " 1 2") {
-      EXPECT_EQ(ms, 500u) << "the hold";
-    }
+    events.push_back(word + rest);
+    if (word == "acquired" && rest.find("hum") != std::string::npos) EXPECT_EQ(ms, 500u) << "the hold";
   }
   // The beep comes and goes; the hum is held, played, hands over to its second file and back,
   // is stopped, resumed, and hands over again.
-  const std::vector<std::string> expected = {"1 1", "2 1", "1 2", "5 2", "6 2 3", "6 3 2", "5 2", "5 2", "6 2 3"};
+  const char* beep = " stream 1 of beep (sounds\\beep.wav)";
+  const char* hum0 = " stream 2 of hum (sounds\\hum0.wav)";
+  const char* hum1 = " stream 3 of hum (sounds\\hum1.wav)";
+  const std::vector<std::string> expected = {
+      std::string("acquired") + beep,
+      std::string("released") + beep,
+      std::string("acquired") + hum0,
+      std::string("changed") + hum0 + ": playing",
+      std::string("replaced") + hum0 + " by stream 3 (sounds\\hum1.wav)",
+      std::string("replaced") + hum1 + " by stream 2 (sounds\\hum0.wav)",
+      std::string("changed") + hum0 + ": stopped",
+      std::string("changed") + hum0 + ": playing",
+      std::string("replaced") + hum0 + " by stream 3 (sounds\\hum1.wav)",
+  };
   EXPECT_EQ(events, expected) << run.Out;
 }
 

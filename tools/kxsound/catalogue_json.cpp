@@ -15,6 +15,7 @@
 
 #include "catalogue_json_values.h"
 #include "commands.h"
+#include "diagnostics.h"
 #include "kxSound.h"
 
 namespace {
@@ -351,6 +352,18 @@ int ImportDocument(const CommonOptions& options, const CatalogueRecord& catalogu
 }
 
 }  // namespace
+
+std::string CatalogueSnapshot() {
+  diagnostics::Mute quiet;
+  CatalogueJson document = CatalogueJson::object();
+  CatalogueJson pages = CatalogueJson::array();
+  for (const std::string& page : PageNames()) pages.push_back(EncodeBytes(page));
+  document["pages"] = std::move(pages);
+  CatalogueJson sounds = CatalogueJson::array();
+  for (const std::string& name : SoundNames()) sounds.push_back(ExportSound(name));
+  document["sounds"] = std::move(sounds);
+  return document.dump();
+}
 
 int RunExport(const CommonOptions& options) {
   if (!StartModule(options, 1, "offline")) return 1;
