@@ -38,8 +38,13 @@ KX_EXPORT void kxHost_SetPrintSink(void (*sink)(const char* text));
 KX_EXPORT void kxHost_EnumerateCommands(void (*fn)(const char* group, const char* name, int parameters,
                                                    int optional, void* context),
                                         void* context);
-// Forgets every registered command (a fresh engine).
+// Forgets every registered command and every description given (a fresh engine).
 KX_EXPORT void kxHost_ClearCommands(void);
+// What help shows for a command of the host's: its parameters by name, the optional ones last
+// and in brackets ("NAME [X Y Z]"), and one line on what it does. Words that do not fit the
+// registered counts are not shown. The "Sound" group's words are built in.
+KX_EXPORT void kxHost_DescribeCommand(const char* group, const char* name, const char* parameters,
+                                      const char* summary);
 
 // The texts drawn with qorKernel_DrawDebugText since the last clear.
 KX_EXPORT int kxHost_DebugTextCount(void);

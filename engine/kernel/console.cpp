@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "common/ascii.h"
+#include "console_usage.h"
 #include "kxEngine.h"
 #include "kxHost.h"
 #include "kxSoundWin32.h"
@@ -67,8 +68,18 @@ std::vector<std::string> splitWords(const char* line) {
   return words;
 }
 
-// "Name p1 p2 [p3]": the optional parameters are the last ones.
+// The help words of a command, unless they no longer fit its registration (then neither the
+// names nor the summary can be trusted).
+const kx::CommandWords* wordsOf(const Command& c) {
+  const kx::CommandWords* words = kx::findCommandWords(c.group, c.name);
+  return words && kx::wordsFit(words->Parameters, c.parameters, c.optional) ? words : nullptr;
+}
+
+// "PlaySound NAME [X Y Z]" from the help words, else "Name p1 p2 [p3]": the optional
+// parameters are the last ones.
 std::string usageOf(const Command& c) {
+  if (const kx::CommandWords* words = wordsOf(c))
+    return words->Parameters.empty() ? c.name : c.name + " " + words->Parameters;
   std::string text = c.name;
   for (int i = 1; i <= c.parameters; ++i) {
     bool opt = i > c.parameters - c.optional;
@@ -79,10 +90,28 @@ std::string usageOf(const Command& c) {
   return text;
 }
 
-std::string countsOf(const Command& c) {
-  std::string text = std::to_string(c.parameters) + (c.parameters == 1 ? " param" : " params");
-  if (c.optional > 0) text += ", " + std::to_string(c.optional) + " optional";
-  return text;
+std::string summaryOf(const Command& c) {
+  const kx::CommandWords* words = wordsOf(c);
+  return words ? words->Summary : std::string();
+}
+
+// One line of a listing: the usage, and what the command does in a column beside it.
+void printListed(const Command& c) {
+  std::string usage = usageOf(c), summary = summaryOf(c);
+  if (summary.empty()) {
+    qorConsole_Print("  %s", usage.c_str());
+  } else {
+    if (usage.size() < 36) usage.resize(36, ' ');
+    qorConsole_Print("  %s  %s", usage.c_str(), summary.c_str());
+  }
+}
+
+int printCommand(const Command& c) {
+  qorConsole_Print("%s", usageOf(c).c_str());
+  std::string summary = summaryOf(c);
+  qorConsole_Print("  %s%s(group %s)", summary.c_str(), summary.empty() ? "" : " ",
+                   c.group.empty() ? "none" : c.group.c_str());
+  return 0;
 }
 
 int printHelp(const std::string* onlyGroup) {
@@ -96,7 +125,7 @@ int printHelp(const std::string* onlyGroup) {
   }
   if (groups.empty()) {
     if (onlyGroup)
-      qorConsole_Print("No command group: %s", onlyGroup->c_str());
+      qorConsole_Print("No command or group: %s", onlyGroup->c_str());
     else
       qorConsole_Print("No commands");
     return onlyGroup ? -1 : 0;
@@ -104,7 +133,7 @@ int printHelp(const std::string* onlyGroup) {
   for (const std::string& g : groups) {
     qorConsole_Print("%s:", g.empty() ? "(no group)" : g.c_str());
     for (const Command& c : commands())
-      if (c.group == g) qorConsole_Print("  %s (%s)", usageOf(c).c_str(), countsOf(c).c_str());
+      if (c.group == g) printListed(c);
   }
   return 0;
 }
@@ -159,9 +188,11 @@ KX_EXPORT int32_t kxHost_Execute(const char* line) {
   const Command* cmd = findCommand(words[0]);
   if (!cmd && kx::equalsNoCase(words[0], "help")) {
     if (words.size() > 2) {
-      qorConsole_Print("Usage: help [group]");
+      qorConsole_Print("Usage: help [COMMAND|GROUP]");
       return -2;
     }
+    if (words.size() == 2)
+      if (const Command* asked = findCommand(words[1])) return printCommand(*asked);
     return printHelp(words.size() == 2 ? &words[1] : nullptr);
   }
   if (!cmd) {
@@ -196,6 +227,15 @@ KX_EXPORT void kxHost_EnumerateCommands(void (*fn)(const char* group, const char
   for (const Command& c : list) fn(c.group.c_str(), c.name.c_str(), c.parameters, c.optional, context);
 }
 
-KX_EXPORT void kxHost_ClearCommands(void) { commands().clear(); }
+KX_EXPORT void kxHost_ClearCommands(void) {
+  commands().clear();
+  kx::clearHostCommandWords();
+}
+
+KX_EXPORT void kxHost_DescribeCommand(const char* group, const char* name, const char* parameters,
+                                      const char* summary) {
+  if (!name || !*name) return;
+  kx::setCommandWords(group ? group : "", name, {parameters ? parameters : "", summary ? summary : ""});
+}
 
 }  // extern "C"

@@ -73,7 +73,8 @@ TEST_F(Console, RefusesWrongCountsUnknownCommandsAndBlankLines) {
   EXPECT_EQ(kxHost_Execute("SoundPlay 1 2 3 4 5"), -2);
   EXPECT_EQ(kxHost_Execute("ShowVoices x"), -2);
   EXPECT_EQ(g_calls, 0);
-  EXPECT_NE(printed().find("Usage: SoundVolume p1 [p2]"), std::string::npos);
+  EXPECT_NE(printed().find("Usage: SoundVolume NAME [VOLUME]"), std::string::npos) << printed();
+  EXPECT_NE(printed().find("Usage: SoundPlay p1 p2 p3 p4 p5 p6"), std::string::npos) << printed();
 
   EXPECT_EQ(kxHost_Execute("SoundVolume master"), 0);  // the optional one left out
   EXPECT_EQ(kxHost_Execute("SoundPlay 1 2 3 4 5 6"), 0);
@@ -88,19 +89,64 @@ TEST_F(Console, RefusesWrongCountsUnknownCommandsAndBlankLines) {
   EXPECT_TRUE(g_printed.empty());
 }
 
-TEST_F(Console, HelpListsCommandsByGroup) {
+TEST_F(Console, HelpListsCommandsByGroupWithTheirParametersByName) {
+  kxHost_DescribeCommand("Debug", "ShowVoices", "", "lists the voices");
   EXPECT_EQ(kxHost_Execute("HELP"), 0);
   EXPECT_EQ(printed(),
-            "Sound:\n  SoundVolume p1 [p2] (2 params, 1 optional)\n  SoundPlay p1 p2 p3 p4 p5 p6 (6 params)\n"
-            "Debug:\n  ShowVoices (0 params)\n");
+            "Sound:\n"
+            "  SoundVolume NAME [VOLUME]             shows a sound's volume, or sets it\n"
+            "  SoundPlay p1 p2 p3 p4 p5 p6\n"
+            "Debug:\n"
+            "  ShowVoices                            lists the voices\n");
   g_printed.clear();
   EXPECT_EQ(kxHost_Execute("help debug"), 0);
-  EXPECT_EQ(printed(), "Debug:\n  ShowVoices (0 params)\n");
+  EXPECT_EQ(printed(), "Debug:\n  ShowVoices                            lists the voices\n");
+
+  g_printed.clear();
+  EXPECT_EQ(kxHost_Execute("help soundvolume"), 0);
+  EXPECT_EQ(printed(), "SoundVolume NAME [VOLUME]\n  shows a sound's volume, or sets it (group Sound)\n");
+  g_printed.clear();
+  EXPECT_EQ(kxHost_Execute("help Nothing"), -1);
+  EXPECT_EQ(printed(), "No command or group: Nothing\n");
 
   // A registered help command takes the word over.
   qorConsole_RegisterCommand("Game", "Help", 0, record, 11, 0, 0);
   EXPECT_EQ(kxHost_Execute("help"), 0);
   EXPECT_EQ(g_lastId, 11u);
+}
+
+// Names are shown only where they fit the registration, so help never names a parameter
+// the console would refuse, nor hides one it wants.
+TEST_F(Console, ParameterNamesThatDoNotFitTheCountsAreNotShown) {
+  struct Case {
+    const char* Words;
+    int Parameters, Optional;
+    const char* Usage;
+  };
+  const Case cases[] = {
+      {"NAME [X Y Z]", 4, 3, "Usage: Probe NAME [X Y Z]"},
+      {"NAME SECONDS [PERCENT]", 3, 1, "Usage: Probe NAME SECONDS [PERCENT]"},
+      {"[MS]", 1, 1, "Usage: Probe [MS]"},
+      {"NAME [X Y Z]", 4, 0, "Usage: Probe p1 p2 p3 p4"},        // brackets where the console wants all
+      {"NAME [X] Y", 3, 1, "Usage: Probe p1 p2 [p3]"},           // a required word after an optional one
+      {"NAME", 2, 1, "Usage: Probe p1 [p2]"},                    // too few names
+      {"NAME [X", 2, 1, "Usage: Probe p1 [p2]"},                 // unbalanced
+  };
+  for (const Case& c : cases) {
+    kxHost_ClearCommands();
+    qorConsole_RegisterCommand("Test", "Probe", c.Parameters, record, 1, c.Optional, 0);
+    kxHost_DescribeCommand("Test", "Probe", c.Words, nullptr);
+    g_printed.clear();
+    EXPECT_EQ(kxHost_Execute("Probe 1 2 3 4 5"), -2);
+    EXPECT_EQ(printed(), std::string(c.Usage) + "\n") << c.Words;
+  }
+  // The built-in words belong to their group: a command of that name elsewhere has none.
+  kxHost_ClearCommands();
+  qorConsole_RegisterCommand("Game", "PlaySound", 4, record, 1, 3, 0);
+  qorConsole_RegisterCommand("Sound", "LoadAmbient", 2, record, 2, 0, 0);  // counts out of step
+  g_printed.clear();
+  kxHost_Execute("help");
+  EXPECT_EQ(printed(), "Game:\n  PlaySound p1 [p2] [p3] [p4]\nSound:\n  LoadAmbient p1 p2\n");
 }
 
 TEST_F(Console, PrintHasNoFixedLimit) {

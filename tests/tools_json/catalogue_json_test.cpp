@@ -232,6 +232,39 @@ TEST(CatalogueJson, AStoredValueTheSettersCannotMakeIsReportedNotChanged) {
   EXPECT_NE(imported.Err.find("sounds[0] (\"Quiet\"): volume must be from 0"), std::string::npos) << imported.Err;
 }
 
+// The base file holds values the module will not use as written; import stores them as the
+// file allows, and says what each will do. Paths come in the catalogue's own form.
+TEST(CatalogueJson, ImportStoresWhatTheModuleWillNotUseAsWrittenAndSaysSo) {
+  TempDir root;
+  root.write("in.json", std::string(R"({"format": "kxsound-catalogue", "version": 1, "pages": ["Only"],
+    "sounds": [{"name": "Odd", "page": 3, "playMode": 2, "numStreams": 0, "volume": 250,
+                "files": [{"path": "sounds/doors/a.wav"}, {"path": "door.wav"}, {"path": "sounds\\b.wav"}]},
+               {"name": "Fine", "page": 0, "playMode": 1, "numStreams": 4, "volume": 100}]})"));
+  Outcome imported = Kxsound({"import", root.file("in.json"), "--root", root.path()});
+  ASSERT_EQ(imported.Code, 0) << imported.Err;
+  const std::string where = "kxsound: " + root.file("in.json") + ": sounds[0] (\"Odd\"): ";
+  for (const std::string said :
+       {"files[0].path \"sounds/doors/a.wav\" stored as \"sounds\\doors\\a.wav\"",
+        "files[1].path \"door.wav\" will read \"sounds\\door.wav\" once the catalogue is loaded again",
+        "page 3 does not exist (the catalogue has 1 page); stored as given",
+        "playMode 2 chooses no file", "numStreams 0 gives the sound no stream", "volume 250 is above full level"})
+    EXPECT_NE(imported.Err.find(where + said), std::string::npos) << said << "\n" << imported.Err;
+  EXPECT_EQ(imported.Err.find("\"Fine\""), std::string::npos) << imported.Err;
+  EXPECT_EQ(imported.Err.find("b.wav"), std::string::npos) << imported.Err;
+
+  Outcome exported = Kxsound({"export", "--root", root.path()});
+  ASSERT_EQ(exported.Code, 0) << exported.Err;
+  for (const char* stored : {"\"page\": 3,", "\"playMode\": 2,", "\"numStreams\": 0,", "\"volume\": 250,",
+                             "\"path\": \"sounds\\\\doors\\\\a.wav\""})
+    EXPECT_NE(exported.Out.find(stored), std::string::npos) << stored << "\n" << exported.Out;
+
+  std::vector<uint8_t> before = root.read("Sounds.qorSound");
+  Outcome quiet = Kxsound({"import", root.file("in.json"), "--root", root.path(), "--quiet"});
+  EXPECT_EQ(quiet.Code, 0);
+  EXPECT_EQ(quiet.Err, "");
+  EXPECT_TRUE(root.read("Sounds.qorSound") == before);
+}
+
 TEST(CatalogueJson, CommandsFailCleanlyWithoutARootAFileOrACatalogue) {
   TempDir root;
   Outcome none = Kxsound({"export", "--root", root.path()});

@@ -27,7 +27,8 @@ TEST(KxsoundConsoleTest, EndOfInputEndsItAndToolModeHasNoCommands) {
   MakeTestCatalogue(root);
   ToolRun plain = RunTool({"console", "--root", root.path(), "--output", "null"}, "help\nUpdateDelay");
   EXPECT_EQ(plain.Status, 0) << plain.Err;
-  EXPECT_TRUE(Has(plain.Out, "PlaySound p1 [p2] [p3] [p4]")) << plain.Out;
+  EXPECT_TRUE(Has(plain.Out, "PlaySound NAME [X Y Z]")) << plain.Out;
+  EXPECT_FALSE(Has(plain.Out, " p1")) << "every Sound command has its parameters named";
   EXPECT_TRUE(Has(plain.Out, "wait MS")) << "help lists the scene words too";
   EXPECT_TRUE(Has(plain.Out, "Update delay = 50 msec")) << "the last line had no newline";
 
@@ -35,6 +36,69 @@ TEST(KxsoundConsoleTest, EndOfInputEndsItAndToolModeHasNoCommands) {
   EXPECT_EQ(tool.Status, 0) << tool.Err;
   EXPECT_TRUE(Has(tool.Out, "Tool mode")) << tool.Out;
   EXPECT_TRUE(Has(tool.Out, "Unknown command: PlaySound")) << tool.Out;
+}
+
+}  // namespace
+
+namespace {
+
+size_t Count(const std::string& text, const std::string& part) {
+  size_t n = 0;
+  for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++n;
+  return n;
+}
+
+TEST(KxsoundConsoleTest, PipedCommandsAreEchoedBeforeTheirAnswers) {
+  TempDir root;
+  MakeTestCatalogue(root);
+  ToolRun run = RunTool({"console", "--root", root.path(), "--output", "null"},
+                        "SoundVolume beep\n\nhelp PlaySound\nhelp why\nLoadMP3 no/such 0\nquit\n");
+  EXPECT_EQ(run.Status, 0) << run.Err;
+  EXPECT_TRUE(Has(run.Out, "> SoundVolume beep\n\tCurrent volume: 100\n")) << run.Out;
+  EXPECT_TRUE(Has(run.Out, "> help PlaySound\nPlaySound NAME [X Y Z]\n")) << run.Out;
+  EXPECT_TRUE(Has(run.Out, "> help why\nwhy SOUND\n  what a play of SOUND would do now, and why (group kxsound)\n"))
+      << run.Out;
+  EXPECT_FALSE(Has(run.Out, ">  \n")) << "a blank line is no command";
+  // A path typed as on Linux reaches the module in its own form, and the tool says so.
+  EXPECT_TRUE(Has(run.Err, "kxsound: path \"no/such\" given as \"no\\such\"")) << run.Err;
+  EXPECT_TRUE(Has(run.Out, "> LoadMP3 no/such 0\nFAILED\n")) << run.Out;
+}
+
+TEST(KxsoundConsoleTest, QuittingWithUnsavedChangesWarnsOnce) {
+  TempDir root;
+  MakeTestCatalogue(root);
+  const char warning[] = "The catalogue has changes that are not saved";
+  std::vector<std::string> args = {"console", "--root", root.path(), "--output", "null"};
+
+  ToolRun twice = RunTool(args, "SoundVolume beep 80\nquit\nprint still here\nquit\nprint gone\n");
+  EXPECT_EQ(twice.Status, 0) << twice.Err;
+  EXPECT_EQ(Count(twice.Out, warning), 1u) << twice.Out;
+  EXPECT_TRUE(Has(twice.Out, "still here\n")) << "the first quit only warned";
+  EXPECT_FALSE(Has(twice.Out, "gone\n")) << "the second quit left";
+
+  ToolRun saved = RunTool(args, "SoundVolume beep 80\nsave\nquit\nprint gone\n");
+  EXPECT_FALSE(Has(saved.Out, warning)) << saved.Out;
+  EXPECT_FALSE(Has(saved.Out, "gone\n"));
+  ToolRun reopened = RunTool(args, "SoundVolume beep\n");
+  EXPECT_TRUE(Has(reopened.Out, "\tCurrent volume: 80")) << reopened.Out;
+  // Set back to what the file holds: nothing to lose.
+  EXPECT_FALSE(Has(RunTool(args, "SoundVolume beep 70\nSoundVolume beep 80\nquit\n").Out, warning));
+
+  ToolRun ended = RunTool(args, "SoundVolume beep 60\n");
+  EXPECT_TRUE(Has(ended.Out, "The catalogue had changes that were not saved")) << ended.Out;
+}
+
+TEST(KxsoundConsoleTest, WhyIsTheHostsOwnCommandAlsoInToolMode) {
+  TempDir root;
+  MakeTestCatalogue(root);
+  ToolRun tool = RunTool({"console", "--root", root.path(), "--output", "null", "--tool"}, "help\nwhy hum\n");
+  EXPECT_EQ(tool.Status, 0) << tool.Err;
+  EXPECT_TRUE(Has(tool.Out, "kxsound:\n  why SOUND ")) << tool.Out;
+  EXPECT_FALSE(Has(tool.Out, "Unknown command: why")) << tool.Out;
+  if (!ModuleExplains(root)) GTEST_SKIP() << "this kxSound library has no kxSound_Why";
+  // What it says is the module's; each of the sound's files is in it.
+  EXPECT_TRUE(Has(tool.Out, "hum0.wav")) << tool.Out;
+  EXPECT_TRUE(Has(tool.Out, "hum1.wav")) << tool.Out;
 }
 
 }  // namespace

@@ -143,7 +143,7 @@ TEST_F(KxsoundRunTest, ALoudSceneReportsWhatWasClipped) {
   EXPECT_DOUBLE_EQ(peak, over);
 }
 
-TEST_F(KxsoundRunTest, TracesStreamEventsInOrderWithNumberedStreams) {
+TEST_F(KxsoundRunTest, TracesStreamEventsByNameWithTheSoundAndFileOfEachStream) {
   ToolRun run = Run(kScene, {"--output", "wav:" + work.file("out.wav"), "--trace"});
   ASSERT_EQ(run.Status, 0) << run.Err;
   std::vector<std::string> events;
@@ -151,16 +151,28 @@ TEST_F(KxsoundRunTest, TracesStreamEventsInOrderWithNumberedStreams) {
     std::istringstream in(line);
     unsigned long ms;
     std::string word, rest;
-    if (!(in >> ms >> word) || word != "event") continue;
+    if (!(in >> ms >> word) || (word != "acquired" && word != "released" && word != "changed" && word != "replaced"))
+      continue;
     std::getline(in, rest);
-    events.push_back(rest.substr(1));
-    if (rest == " 1 2") {
-      EXPECT_EQ(ms, 500u) << "the hold";
-    }
+    events.push_back(word + rest);
+    if (word == "acquired" && rest.find("hum") != std::string::npos) EXPECT_EQ(ms, 500u) << "the hold";
   }
   // The beep comes and goes; the hum is held, played, hands over to its second file and back,
   // is stopped, resumed, and hands over again.
-  const std::vector<std::string> expected = {"1 1", "2 1", "1 2", "5 2", "6 2 3", "6 3 2", "5 2", "5 2", "6 2 3"};
+  const char* beep = " stream 1 of beep (sounds\\beep.wav)";
+  const char* hum0 = " stream 2 of hum (sounds\\hum0.wav)";
+  const char* hum1 = " stream 3 of hum (sounds\\hum1.wav)";
+  const std::vector<std::string> expected = {
+      std::string("acquired") + beep,
+      std::string("released") + beep,
+      std::string("acquired") + hum0,
+      std::string("changed") + hum0 + ": playing",
+      std::string("replaced") + hum0 + " by stream 3 (sounds\\hum1.wav)",
+      std::string("replaced") + hum1 + " by stream 2 (sounds\\hum0.wav)",
+      std::string("changed") + hum0 + ": stopped",
+      std::string("changed") + hum0 + ": playing",
+      std::string("replaced") + hum0 + " by stream 3 (sounds\\hum1.wav)",
+  };
   EXPECT_EQ(events, expected) << run.Out;
 }
 
@@ -220,6 +232,72 @@ TEST_F(KxsoundRunTest, RefusedCommandsAndFailuresStopWithAMessage) {
   ToolRun unwritable = Run("wait 100\n", {"--output", "wav:" + work.file("no/such/folder/x.wav")});
   EXPECT_EQ(unwritable.Status, 1);
   EXPECT_NE(unwritable.Err.find("cannot write"), std::string::npos) << unwritable.Err;
+}
+
+// Each failure the console shows, or the tool sees, stops a strict scene at its line; without
+// --strict the scene goes on past it.
+TEST_F(KxsoundRunTest, StrictStopsAtTheFirstFailureWithItsLine) {
+  struct Case {
+    const char* Scene;
+    int Line;
+    const char* Says;
+  };
+  const Case cases[] = {
+      {"LoadAmbient nothing\n", 1, "'LoadAmbient nothing' printed FAILED"},
+      {"wait 10\nRedirectSound beep nothing\n", 2, "printed Sound redirection FAILED"},
+      {"SoundVolume nothing 50\n", 1, "printed Sound not found"},
+      {"RolloffFactor -1\n", 1, "printed Invalid value"},
+      {"PlaySound beep\nPlaySound nothing 1 2 3\n", 2, "nothing"},
+      {"hold beep as b\nEnable 0\nstream b play\n", 3, "stream b play FAILED"},
+  };
+  // A module with diagnostics gives its own account first, in its words.
+  bool toolsWords = !ModuleExplains(*root_);
+  for (const Case& c : cases) {
+    std::string scene = std::string(c.Scene) + "wait 100\nprint reached the end\n";
+    ToolRun lenient = Run(scene, {"--output", "offline"});
+    EXPECT_EQ(lenient.Status, 0) << c.Scene << lenient.Err;
+    EXPECT_NE(lenient.Out.find("reached the end"), std::string::npos) << c.Scene;
+
+    ToolRun strict = Run(scene, {"--output", "offline", "--strict"});
+    EXPECT_EQ(strict.Status, 1) << c.Scene;
+    EXPECT_EQ(strict.Out.find("reached the end"), std::string::npos) << c.Scene;
+    std::string where = "kxsound: " + work.file("scene.txt") + ":" + std::to_string(c.Line) + ": ";
+    EXPECT_NE(strict.Err.find(where), std::string::npos) << c.Scene << strict.Err;
+    if (toolsWords) EXPECT_NE(strict.Err.find(c.Says), std::string::npos) << c.Scene << strict.Err;
+  }
+  // A scene with nothing wrong is no failure.
+  ToolRun clean = Run(kScene, {"--output", "offline", "--strict"});
+  EXPECT_EQ(clean.Status, 0) << clean.Err;
+}
+
+// The module's own account, where it has one, stops a strict scene too, and --quiet keeps
+// it off the screen otherwise.
+TEST_F(KxsoundRunTest, TheModulesDiagnosticsNameTheLineAndQuietHidesThem) {
+  if (!ModuleExplains(*root_)) GTEST_SKIP() << "this kxSound library has no diagnostics";
+  const char scene[] = "wait 10\nPlaySound nothing\nwait 10\n";
+  ToolRun told = Run(scene, {"--output", "offline"});
+  EXPECT_EQ(told.Status, 0);
+  EXPECT_NE(told.Err.find("kxsound: " + work.file("scene.txt") + ":2: "), std::string::npos) << told.Err;
+  EXPECT_NE(told.Err.find("nothing"), std::string::npos) << told.Err;
+  ToolRun quiet = Run(scene, {"--output", "offline", "--quiet"});
+  EXPECT_EQ(quiet.Err, "");
+
+  // Sound switched off: the master volume's setter fails without a word on the console.
+  ToolRun off = Run("Enable 0\nSetVolume 50\nprint reached the end\n", {"--output", "offline", "--strict", "--quiet"});
+  EXPECT_EQ(off.Status, 1);
+  EXPECT_NE(off.Err.find("scene.txt:2: "), std::string::npos) << off.Err;
+  EXPECT_EQ(off.Out.find("reached the end"), std::string::npos);
+}
+
+TEST_F(KxsoundRunTest, WhyAnswersForASoundAndFailsForAnUnknownOne) {
+  if (!ModuleExplains(*root_)) GTEST_SKIP() << "this kxSound library has no kxSound_Why";
+  ToolRun hum = RunTool({"why", "hum", "--root", root_->path()});
+  EXPECT_EQ(hum.Status, 0) << hum.Err;
+  EXPECT_NE(hum.Out.find("hum0.wav"), std::string::npos) << hum.Out;
+  EXPECT_NE(hum.Out.find("hum1.wav"), std::string::npos) << hum.Out;
+  ToolRun typo = RunTool({"why", "hun", "--root", root_->path()});
+  EXPECT_EQ(typo.Status, 1);
+  EXPECT_NE(typo.Out.find("hum"), std::string::npos) << "the nearest name: " << typo.Out;
 }
 
 }  // namespace

@@ -104,6 +104,11 @@ std::vector<std::string> Lines(const std::string& text) {
   return lines;
 }
 
+bool ModuleExplains(const TempDir& root) {
+  ToolRun why = RunTool({"why", "beep", "--root", root.path()});
+  return why.Err.find("cannot explain a play") == std::string::npos;
+}
+
 void MakeTestCatalogue(TempDir& root) {
   auto tone = [&](const char* file, double hz, double seconds) {
     WaveShape shape;

@@ -26,6 +26,8 @@ WavSound ReadWav(const std::string& path);
 std::vector<std::string> Lines(const std::string& text);
 
 class TempDir;
+// Whether the kxSound library the program runs on explains plays (kxSound_Why); root holds a catalogue.
+bool ModuleExplains(const TempDir& root);
 // A catalogue made through the module, with its wave files, in root:
 //   beep  2D, a 440 Hz tone of 0.3 s
 //   hum   3D, looped and crossed over two files of 0.4 s (220 and 330 Hz), in order

@@ -15,8 +15,10 @@
 
 #include "catalogue_json_values.h"
 #include "commands.h"
+#include "diagnostics.h"
 #include "kxSound.h"
 #include "kxSoundWin32.h"
+#include "module_paths.h"
 
 namespace {
 
@@ -25,6 +27,7 @@ constexpr int64_t FORMAT_VERSION = 1;
 constexpr size_t MAX_NAME_BYTES = 255;
 constexpr size_t MAX_PAGE_NAME_BYTES = 15;
 constexpr size_t MAX_PATH_BYTES = 62;
+constexpr int32_t MAX_STREAMS = 4;  // a sound gets at most this many streams per file
 
 std::string RootName(const CommonOptions& options) { return options.Root.empty() ? "." : options.Root; }
 
@@ -54,6 +57,21 @@ std::string Folded(std::string name) {
 }
 
 bool SameBits(float a, float b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+
+// A path as a person reads it: backslashes single, bytes that are no text in hex.
+std::string Quoted(const std::string& bytes) {
+  return IsValidUtf8(bytes) ? "\"" + bytes + "\"" : EncodeBytes(bytes).dump();
+}
+
+// A relative stored path as the module reads it back from the base file: lower case, without
+// "base\" in front and with "sounds\" there. Absolute paths are left to the module.
+std::string AsLoaded(const std::string& path) {
+  std::string out = Folded(path);
+  if (out.empty() || out[0] == '/' || out.find(':') != std::string::npos) return out;
+  if (out.compare(0, 5, "base\\") == 0) out.erase(0, 5);
+  if (out.compare(0, 7, "sounds\\") != 0) out = "sounds\\" + out;
+  return out.size() > MAX_PATH_BYTES ? out.substr(0, MAX_PATH_BYTES) : out;
+}
 
 // ---- export ----
 
@@ -104,6 +122,7 @@ struct SoundRecord {
   std::optional<uint8_t> Looped, Is3D, Crossed;
   std::optional<float> MinDistance, MaxDistance;
   std::vector<FileRecord> Files;
+  std::vector<std::string> Notes;  // values stored as given that the module will not use so
 };
 
 struct CatalogueRecord {
@@ -153,6 +172,16 @@ void ReadFiles(const CatalogueJson& sound, SoundRecord& record) {
     if (!path) throw ValueError(where + ".path is missing");
     FileRecord out;
     out.Path = DecodeBytes(*path, where + ".path");
+    std::string given = out.Path;
+    if (ToModulePath(&out.Path)) {
+      record.Notes.push_back(where + ".path " + Quoted(given) + " stored as " + Quoted(out.Path) +
+                             ": the catalogue keeps backslashes, and a slash would not survive the next load");
+    }
+    std::string loaded = AsLoaded(out.Path);
+    if (loaded != Folded(out.Path)) {
+      record.Notes.push_back(where + ".path " + Quoted(out.Path) + " will read " + Quoted(loaded) +
+                             " once the catalogue is loaded again (its paths start with sounds\\); stored as given");
+    }
     // A file record holds 62 bytes and a terminator; the module refuses more.
     if (out.Path.empty() || out.Path.size() > MAX_PATH_BYTES) throw ValueError(where + ".path must hold 1 to 62 bytes");
     if (const CatalogueJson* enabled = Field(file, "enabled")) {
@@ -197,6 +226,32 @@ SoundRecord ReadSound(const CatalogueJson& sound, size_t index) {
   return record;
 }
 
+// The base file holds any of these, so they are stored; but the module will not use them as
+// written, and the person importing should hear of it.
+void NoteUnusedValues(SoundRecord& record, size_t pageCount) {
+  std::vector<std::string>& notes = record.Notes;
+  size_t first = notes.size();
+  if (record.Page && (*record.Page < 0 || static_cast<size_t>(*record.Page) >= pageCount)) {
+    notes.push_back("page " + std::to_string(*record.Page) + " does not exist (the catalogue has " +
+                    std::to_string(pageCount) + (pageCount == 1 ? " page" : " pages") + ")");
+  }
+  if (record.PlayMode && *record.PlayMode != SOUND_PLAYMODE_SEQUENTIAL && *record.PlayMode != SOUND_PLAYMODE_RANDOM) {
+    notes.push_back("playMode " + std::to_string(*record.PlayMode) +
+                    " chooses no file: only 0 (in order) and 1 (at random) do");
+  }
+  if (record.NumStreams) {
+    int32_t n = *record.NumStreams;
+    if (n == 0) notes.push_back("numStreams 0 gives the sound no stream: it never plays");
+    if (n < 0) notes.push_back("numStreams " + std::to_string(n) + " plays on one stream");
+    if (n > MAX_STREAMS) notes.push_back("numStreams " + std::to_string(n) + " plays on " + std::to_string(MAX_STREAMS) + " streams at most");
+  }
+  if (record.Volume && *record.Volume > 100) {
+    notes.push_back("volume " + std::to_string(*record.Volume) +
+                    " is above full level (100): the sound device refuses that level, so it does not play at it");
+  }
+  for (size_t i = first; i < notes.size(); ++i) notes[i] += "; stored as given";
+}
+
 CatalogueRecord ReadCatalogue(const CatalogueJson& document) {
   if (!document.is_object()) throw ValueError("the document must be a JSON object");
   const CatalogueJson* format = Field(document, "format");
@@ -215,7 +270,10 @@ CatalogueRecord ReadCatalogue(const CatalogueJson& document) {
     if (catalogue.Pages.back().size() > MAX_PAGE_NAME_BYTES) throw ValueError(where + " holds more than 15 bytes");
   }
   const CatalogueJson& sounds = ArrayField(document, "sounds", "");
-  for (size_t i = 0; i < sounds.size(); ++i) catalogue.Sounds.push_back(ReadSound(sounds[i], i));
+  for (size_t i = 0; i < sounds.size(); ++i) {
+    catalogue.Sounds.push_back(ReadSound(sounds[i], i));
+    NoteUnusedValues(catalogue.Sounds.back(), catalogue.Pages.size());
+  }
   return catalogue;
 }
 
@@ -320,7 +378,11 @@ bool ReadWholeFile(const std::string& path, std::string& text) {
 }
 
 int ImportDocument(const CommonOptions& options, const CatalogueRecord& catalogue) {
-  if (!StartModule(options, 1, "offline")) return 1;
+  {
+    // A root without a catalogue yet is what an import may well begin from.
+    diagnostics::Mute quiet;
+    if (!StartModule(options, 1, "offline")) return 1;
+  }
   try {
     ClearCatalogue();
     AddPages(catalogue.Pages);
@@ -352,6 +414,18 @@ int ImportDocument(const CommonOptions& options, const CatalogueRecord& catalogu
 }
 
 }  // namespace
+
+std::string CatalogueSnapshot() {
+  diagnostics::Mute quiet;
+  CatalogueJson document = CatalogueJson::object();
+  CatalogueJson pages = CatalogueJson::array();
+  for (const std::string& page : PageNames()) pages.push_back(EncodeBytes(page));
+  document["pages"] = std::move(pages);
+  CatalogueJson sounds = CatalogueJson::array();
+  for (const std::string& name : SoundNames()) sounds.push_back(ExportSound(name));
+  document["sounds"] = std::move(sounds);
+  return document.dump();
+}
 
 int RunExport(const CommonOptions& options) {
   if (!StartModule(options, 1, "offline")) return 1;
@@ -414,5 +488,7 @@ int RunImport(const CommonOptions& options) {
     std::fprintf(stderr, "kxsound: %s: %s\n", path.c_str(), error.what());
     return 1;
   }
+  for (const SoundRecord& record : catalogue.Sounds)
+    for (const std::string& note : record.Notes) diagnostics::Note(path + ": " + record.Label + ": " + note);
   return ImportDocument(options, catalogue);
 }

@@ -8,9 +8,11 @@
 struct CommonOptions {
   std::string Root;        // empty: the current folder
   std::string Output;      // device, null, offline, none, or wav:FILE; empty: the command's default
-  std::string Argument;    // the script or JSON file of run and import
+  std::string Argument;    // the script of run, the JSON file of import, the sound of why
   bool Tool = false;       // start the module in tool mode
   bool Trace = false;      // print every stream event with its time
+  bool Strict = false;     // a scene stops at its first failure
+  bool Quiet = false;      // no diagnostics on standard error
   bool Seeded = false;     // a seed was given
   uint32_t Seed = 0;
 };
@@ -20,6 +22,12 @@ struct CommonOptions {
 // make no sound pass the "offline" output.
 bool StartModule(const CommonOptions& options, int toolMode, const char* output);
 
+// The host's own console command "why SOUND", in the group "kxsound".
+void RegisterWhyCommand();
+
+// The catalogue in memory as text, to tell whether it changed.
+std::string CatalogueSnapshot();
+
 int RunInfo(const CommonOptions& options);
 int RunMakeSample(const CommonOptions& options);
 int RunExport(const CommonOptions& options);
@@ -27,3 +35,4 @@ int RunImport(const CommonOptions& options);
 int RunConsole(const CommonOptions& options);
 int RunScript(const CommonOptions& options);
 int RunDemo(const CommonOptions& options);
+int RunWhy(const CommonOptions& options);

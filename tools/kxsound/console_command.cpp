@@ -53,13 +53,17 @@ int RunConsole(const CommonOptions& options) {
   std::printf("kxsound console on the %s output, root %s. 'help' lists the commands, 'quit' ends.\n",
               mode.c_str(), options.Root.empty() ? "." : options.Root.c_str());
   if (options.Tool)
-    std::printf("Tool mode: the module registered no console commands; only the scene words work.\n");
+    std::printf("Tool mode: the module registered no console commands; the scene words and why work.\n");
   CatchInterrupt();
 
   ScenePlayer player(output.Offline(), options.Trace);
   OverlayBlock block(stdout);
   if (IsTerminal(stdout)) player.SetOverlay(&block);
   player.Attach();
+  // What the catalogue file holds, as far as this session knows: changes beyond it are unsaved.
+  std::string saved = CatalogueSnapshot();
+  bool warned = false;
+  auto unsaved = [&] { return !warned && CatalogueSnapshot() != saved; };
   LineReader reader;
   std::deque<std::string> lines;
   if (interactive) std::fputs("> ", stdout), std::fflush(stdout);
@@ -69,6 +73,8 @@ int RunConsole(const CommonOptions& options) {
     if (!player.Waiting() && !lines.empty()) {
       std::string text = std::move(lines.front());
       lines.pop_front();
+      // Piped in, the commands would not show: each goes before its answer.
+      if (!interactive && text.find_first_not_of(" \t\r") != std::string::npos) std::printf("> %s\n", text.c_str());
       SceneLine line;
       if (!ParseSceneLine(text, &line, &error)) {
         std::fprintf(stderr, "kxsound: %s\n", error.c_str());
@@ -76,7 +82,12 @@ int RunConsole(const CommonOptions& options) {
         ScenePlayer::Result result = player.Execute(line, &error);
         // A refused console line has been answered by the console itself.
         if (!error.empty() && line.Op != SceneOp::Console) std::fprintf(stderr, "kxsound: %s\n", error.c_str());
-        if (result == ScenePlayer::Result::Quit) break;
+        if (line.Op == SceneOp::Save && error.empty()) saved = CatalogueSnapshot();
+        if (result == ScenePlayer::Result::Quit) {
+          if (!unsaved()) break;
+          std::printf("The catalogue has changes that are not saved: 'save' writes them, 'quit' again leaves without.\n");
+          warned = true;
+        }
       }
       if (interactive) std::fputs("> ", stdout), std::fflush(stdout);
     } else if (lines.empty() && reader.Ended() && !player.Waiting()) {
@@ -87,6 +98,8 @@ int RunConsole(const CommonOptions& options) {
     if (reader.Ended()) player.Pace();
   }
   if (Interrupted()) std::printf("\n");
+  // Leaving without a quit (end of input, Ctrl-C): said once, as there is no asking again.
+  if (unsaved()) std::printf("The catalogue had changes that were not saved ('save' writes them).\n");
   player.Detach();
   qorSound_Finalize();
   kxHost_SetManualClock(0);

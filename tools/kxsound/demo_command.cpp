@@ -262,7 +262,7 @@ int RunDemo(const CommonOptions& given) {
   WavWriter wav;
   bool render = !output.WavPath.empty();
   if (render && !OpenRender(&wav, output.WavPath)) return 1;
-  int status = PlayScene(scene, scenePath, output, render ? &wav : nullptr, options.Trace, totalMs);
+  int status = PlayScene(scene, scenePath, output, render ? &wav : nullptr, options.Trace, false, totalMs);
   if (status != 0) return status;
   std::printf("The catalogue stays in %s/; play its scene again with\n  kxsound run %s/demo.scene --root %s\n",
               folder.c_str(), folder.c_str(), folder.c_str());

@@ -1,14 +1,19 @@
 #include "scene_player.h"
 
+#include <strings.h>
 #include <time.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 
+#include "commands.h"
+#include "diagnostics.h"
+#include "kxEngine.h"
 #include "kxHost.h"
 #include "kxSound.h"
 #include "kxSoundWin32.h"
+#include "module_paths.h"
 #include "scene_mixer.h"
 #include "terminal.h"
 #include "wav_writer.h"
@@ -21,6 +26,19 @@ ScenePlayer* g_player = nullptr;
 void PrintLine(const char* text) {
   std::fputs(text, stdout);
   std::fputc('\n', stdout);
+}
+
+// What the "Sound" commands print when their operation failed.
+bool IsFailureText(const char* text) {
+  for (const char* failed : {"FAILED", "Sound redirection FAILED", "Sound not found", "\n\tInvalid value"})
+    if (std::strcmp(text, failed) == 0) return true;
+  return false;
+}
+
+// Asked by the tool, not by the scene: no diagnostic for a name that is not there.
+bool SoundExists(const std::string& name) {
+  diagnostics::Mute quiet;
+  return qorSound_FindSound(name.c_str(), nullptr) == S_OK;
 }
 
 // The overlay as text lines: the module draws at two columns, one text per line and column.
@@ -90,7 +108,9 @@ void ScenePlayer::Attach() {
   g_player = this;
   qorSound_SetNotifyCallback(
       [](QORSOUND_STREAM_EVENT event, void* stream, void* second) { OnEvent(event, stream, second); });
-  kxHost_SetPrintSink(PrintLine);
+  kxHost_SetPrintSink(OnPrint);
+  RegisterWhyCommand();
+  diagnosticsSeen_ = diagnostics::Failures();
   startWall_ = nextFrameWall_ = WallMs();
 }
 
@@ -101,15 +121,6 @@ void ScenePlayer::Detach() {
   if (g_player == this) g_player = nullptr;
 }
 
-// Streams are numbered in the order they first appear, so two runs print the same trace.
-int ScenePlayer::TraceId(void* stream) {
-  auto found = traceIds_.find(stream);
-  if (found != traceIds_.end()) return found->second;
-  int id = static_cast<int>(traceIds_.size()) + 1;
-  traceIds_.emplace(stream, id);
-  return id;
-}
-
 void ScenePlayer::OnEvent(int event, void* stream, void* second) {
   ScenePlayer* self = g_player;
   if (!self) return;
@@ -118,13 +129,52 @@ void ScenePlayer::OnEvent(int event, void* stream, void* second) {
     for (auto& entry : self->held_)
       if (entry.second->Stream == stream) entry.second->Stream = nullptr;
   }
-  if (!self->trace_) return;
-  int first = self->TraceId(stream);
-  if (second)
-    std::printf("%llu event %d %d %d\n", static_cast<unsigned long long>(self->sceneMs_), event, first,
-                self->TraceId(second));
-  else
-    std::printf("%llu event %d %d\n", static_cast<unsigned long long>(self->sceneMs_), event, first);
+  if (self->trace_) self->tracer_.Event(self->sceneMs_, event, stream, second);
+}
+
+void ScenePlayer::OnPrint(const char* text) {
+  PrintLine(text);
+  ScenePlayer* self = g_player;
+  if (self && self->watched_ && self->failure_.empty() && IsFailureText(text)) {
+    std::string said = text;
+    said.erase(0, said.find_first_not_of("\n\t"));
+    self->failure_ = "'" + *self->watched_ + "' printed " + said;
+  }
+}
+
+bool ScenePlayer::TakeFailure(std::string* reason, bool* printed) {
+  if (!strict_) return false;
+  // The module's own account first: it says more than the tool can.
+  if (diagnostics::Failures() != diagnosticsSeen_) {
+    diagnosticsSeen_ = diagnostics::Failures();
+    *reason = diagnostics::LastFailure();
+    *printed = diagnostics::Printing();
+    failure_.clear();
+    return true;
+  }
+  if (failure_.empty()) return false;
+  *reason = std::move(failure_);
+  *printed = false;
+  failure_.clear();
+  return true;
+}
+
+ScenePlayer::Result ScenePlayer::RunConsoleLine(const SceneLine& line, std::string* error) {
+  std::string text = ConsoleLineToModule(line.Text);
+  std::vector<std::string> words = SplitWords(text);
+  // A stream acquired by this line belongs, most likely, to the sound it names first.
+  tracer_.SetContext(words.size() > 1 ? words[1] : std::string());
+  if (strict_ && words.size() > 1 && strcasecmp(words[0].c_str(), "PlaySound") == 0 && !SoundExists(words[1]))
+    failure_ = "PlaySound of an unknown sound, '" + words[1] + "'";
+  watched_ = strict_ ? &text : nullptr;
+  int32_t result = kxHost_Execute(text.c_str());
+  watched_ = nullptr;
+  tracer_.SetContext("");
+  if (result < 0) {
+    *error = "the console refused '" + line.Text + "'";
+    return Result::Failed;
+  }
+  return Result::Done;
 }
 
 ScenePlayer::Result ScenePlayer::Execute(const SceneLine& line, std::string* error) {
@@ -133,11 +183,7 @@ ScenePlayer::Result ScenePlayer::Execute(const SceneLine& line, std::string* err
     case SceneOp::Nothing:
       return Result::Done;
     case SceneOp::Console:
-      if (kxHost_Execute(line.Text.c_str()) < 0) {
-        *error = "the console refused '" + line.Text + "'";
-        return Result::Failed;
-      }
-      return Result::Done;
+      return RunConsoleLine(line, error);
     case SceneOp::Help:
       kxHost_Execute("help");
       std::fputs(kSceneWordsHelp, stdout);
@@ -158,7 +204,10 @@ ScenePlayer::Result ScenePlayer::Execute(const SceneLine& line, std::string* err
         held_.erase(found);
       }
       auto held = std::make_unique<Held>();
-      if (!qorSound_QueryStream(line.Text.c_str(), &held->Stream, line.Flags)) {
+      tracer_.SetContext(line.Text);
+      void* taken = qorSound_QueryStream(line.Text.c_str(), &held->Stream, line.Flags);
+      tracer_.SetContext("");
+      if (!taken) {
         *error = "no stream of sound '" + line.Text + "' (no such sound, no wave file, or all its streams are held)";
         return Result::Failed;
       }

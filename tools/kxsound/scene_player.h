@@ -7,10 +7,10 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "scene_script.h"
+#include "stream_trace.h"
 
 class CaptureMixer;
 class OverlayBlock;
@@ -31,11 +31,15 @@ public:
 
   // manual: the module runs on the offline output with the manual clock, moved by the player.
   ScenePlayer(bool manual, bool trace);
+
+  // Strict: every failure counts (see TakeFailure), not only the lines that cannot run.
+  void SetStrict(bool strict) { strict_ = strict; }
   ~ScenePlayer();
   ScenePlayer(const ScenePlayer&) = delete;
   ScenePlayer& operator=(const ScenePlayer&) = delete;
 
-  // After the module started: takes its stream events and console output.
+  // After the module started: takes its stream events and console output, and adds the
+  // host's own console commands.
   void Attach();
   // Before the module ends.
   void Detach();
@@ -61,6 +65,10 @@ public:
   int MsToNextFrame() const;
 
   uint64_t SceneMs() const { return sceneMs_; }
+
+  // Strict only: the first failure since the last call, in *reason; printed: the module's
+  // diagnostic has already said it on standard error.
+  bool TakeFailure(std::string* reason, bool* printed);
   // False once writing the rendered sound has failed; the message is in error.
   bool SinkFailed(std::string* error) const;
 
@@ -72,13 +80,18 @@ private:
     uint64_t CircleStart = 0;
   };
   static void OnEvent(int event, void* stream, void* second);
-  int TraceId(void* stream);
+  static void OnPrint(const char* text);
+  Result RunConsoleLine(const SceneLine& line, std::string* error);
   Result Control(const SceneLine& line, std::string* error);
   void MoveCircles();
   void ShowOverlay();
   uint64_t WallMs() const;
 
-  bool manual_, trace_;
+  bool manual_, trace_, strict_ = false;
+  // Strict: the console line running, whose printed words are watched, and what failed.
+  const std::string* watched_ = nullptr;
+  std::string failure_;
+  int diagnosticsSeen_ = 0;
   CaptureMixer* mixer_ = nullptr;
   WavWriter* wav_ = nullptr;
   OverlayBlock* block_ = nullptr;
@@ -89,7 +102,7 @@ private:
   float ears_[3] = {0, 0, 0};
 
   std::map<std::string, std::unique_ptr<Held>> held_;
-  std::unordered_map<void*, int> traceIds_;
+  StreamTrace tracer_;
 
   std::vector<std::string> overlay_;
   bool overlayShown_ = false;

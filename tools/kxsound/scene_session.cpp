@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "commands.h"
+#include "diagnostics.h"
 #include "kxHost.h"
 #include "kxSound.h"
 #include "scene_mixer.h"
@@ -30,6 +31,8 @@ DeviceStart StartOnDevice(const CommonOptions& options, int toolMode) {
   int saved = dup(2);
   int null = open("/dev/null", O_WRONLY);
   if (saved >= 0 && null >= 0) dup2(null, 2);
+  // The module's diagnostics wait until standard error is back.
+  diagnostics::Hold();
   bool started = StartModule(options, toolMode, "device");
   if (saved >= 0 && null >= 0) {
     std::fflush(stderr);
@@ -37,6 +40,7 @@ DeviceStart StartOnDevice(const CommonOptions& options, int toolMode) {
   }
   if (saved >= 0) close(saved);
   if (null >= 0) close(null);
+  diagnostics::Release();
   return started ? DeviceStart::Started : DeviceStart::NoDevice;
 }
 
@@ -103,10 +107,11 @@ void PrintRendered(const WavWriter& wav) {
 }  // namespace
 
 int PlayScene(const std::vector<ScriptLine>& script, const std::string& source, const OutputChoice& output,
-              WavWriter* wav, bool trace, uint64_t totalMs) {
+              WavWriter* wav, bool trace, bool strict, uint64_t totalMs) {
   CatchInterrupt();
   bool manual = output.Offline();
   ScenePlayer player(manual, trace);
+  player.SetStrict(strict);
   CaptureMixer mixer;
   if (wav) player.SetSink(&mixer, wav);
   player.Attach();
@@ -116,16 +121,29 @@ int PlayScene(const std::vector<ScriptLine>& script, const std::string& source, 
   std::string error;
   int status = 0;
   for (const ScriptLine& entry : script) {
+    std::string place = source + ":" + std::to_string(entry.Number);
+    // What the module says while this line runs, and while its wait lasts, names the line.
+    diagnostics::SetPlace(place);
+    auto strictStop = [&] {
+      std::string reason;
+      bool printed = false;
+      if (!player.TakeFailure(&reason, &printed)) return false;
+      if (!printed) std::fprintf(stderr, "kxsound: %s: %s\n", place.c_str(), reason.c_str());
+      std::fprintf(stderr, "kxsound: %s: the scene stops here (--strict)\n", place.c_str());
+      return true;
+    };
     ScenePlayer::Result result = player.Execute(entry.Line, &error);
-    if (!error.empty()) std::fprintf(stderr, "kxsound: %s:%d: %s\n", source.c_str(), entry.Number, error.c_str());
-    if (result == ScenePlayer::Result::Failed) status = 1;
-    if (result != ScenePlayer::Result::Done) break;
+    if (!error.empty()) std::fprintf(stderr, "kxsound: %s: %s\n", place.c_str(), error.c_str());
+    if (result == ScenePlayer::Result::Failed || (strict && !error.empty())) status = 1;
+    if (status == 0 && strictStop()) status = 1;
+    if (status != 0 || result != ScenePlayer::Result::Done) break;
     while (player.Waiting() && status == 0) {
       if (!player.Frame()) {
         player.SinkFailed(&error);
         std::fprintf(stderr, "kxsound: %s\n", error.c_str());
         status = 1;
       }
+      if (status == 0 && strictStop()) status = 1;
       if (!manual) player.Pace();
       if (Interrupted()) status = 130;
       uint64_t tenth = player.SceneMs() * 10 / (totalMs ? totalMs : 1);
@@ -136,6 +154,7 @@ int PlayScene(const std::vector<ScriptLine>& script, const std::string& source, 
     }
     if (status != 0) break;
   }
+  diagnostics::SetPlace("");
   player.Detach();
   qorSound_Finalize();
   kxHost_SetManualClock(0);

@@ -34,5 +34,6 @@ bool OpenRender(WavWriter* wav, const std::string& path);
 
 // Plays the script on the module, which has been started on output; then ends the module and,
 // with wav open, fills and writes it. The exit status: 0, 1 on any failure, 130 on Ctrl-C.
+// strict: a FAILED, a failure the module reports or a play of an unknown sound is a failure too.
 int PlayScene(const std::vector<ScriptLine>& script, const std::string& source, const OutputChoice& output,
-              WavWriter* wav, bool trace, uint64_t totalMs);
+              WavWriter* wav, bool trace, bool strict, uint64_t totalMs);

@@ -35,5 +35,5 @@ int RunScript(const CommonOptions& options) {
   WavWriter wav;
   bool render = !output.WavPath.empty();
   if (render && !OpenRender(&wav, output.WavPath)) return 1;
-  return PlayScene(script, options.Argument, output, render ? &wav : nullptr, options.Trace, totalMs);
+  return PlayScene(script, options.Argument, output, render ? &wav : nullptr, options.Trace, options.Strict, totalMs);
 }

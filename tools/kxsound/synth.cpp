@@ -189,4 +189,15 @@ std::vector<float> Chime() {
   return out;
 }
 
+std::vector<float> Shot(int variant) {
+  std::vector<float> out = Silence(0.7);
+  Noise noise(71 + static_cast<uint32_t>(variant));
+  // The crack, the body ringing low, and the tail of the room.
+  AddBurst(out, 0.0, 1.0, 0.01 + 0.004 * variant, 0.15, noise);
+  AddDecay(out, 0.0, 85 + 15 * variant, 0.9, 0.05);
+  AddBurst(out, 0.004, 0.4, 0.12, 0.85, noise);
+  Finish(out, 0.8f);
+  return out;
+}
+
 }  // namespace synth

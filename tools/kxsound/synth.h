@@ -18,5 +18,7 @@ std::vector<float> BirdSong();
 std::vector<float> EngineHum(int period);
 std::vector<float> Wind();
 std::vector<float> Chime();
+// A gunshot: a crack and a low body; variants 0..2 differ a little.
+std::vector<float> Shot(int variant);
 
 }  // namespace synth
