@@ -8,6 +8,7 @@
 #include "ambient/ambients.h"
 #include "console/console_commands.h"
 #include "core/device.h"
+#include "core/diagnostics.h"
 #include "core/test_clip.h"
 #include "music/music_state.h"
 #include "core/state.h"
@@ -35,7 +36,12 @@ void BuildBaseFilePath() {
 }  // namespace
 
 LONG qorSound_Initialize(HWND window, int toolMode) {
-  if (Device_Start(window) < 0) return E_FAIL;
+  if (Device_Start(window) < 0) {
+    Diagnose(KXSOUND_DIAG_DEVICE,
+             "qorSound_Initialize fails: the sound device could not be opened (no sound card or output); "
+             "every other call fails until an initialisation succeeds");
+    return E_FAIL;
+  }
   Music_Start();
   qorFileIO_GetFolder(RootFolder, nullptr);
   RootFolder[sizeof RootFolder - 1] = 0;
@@ -51,7 +57,7 @@ LONG qorSound_Initialize(HWND window, int toolMode) {
 }
 
 LONG qorSound_Finalize() {
-  if (!SystemInitialized) return E_FAIL;
+  if (!GateInitialized(__func__)) return E_FAIL;
   SoundBuffer_Release(&FilePreviewBuffer);
   // Ambients hold streams of the catalogue: they go first, while their streams live.
   delete AmbientList;
@@ -64,13 +70,13 @@ LONG qorSound_Finalize() {
 }
 
 void qorSound_SetNotifyCallback(QORSOUND_NOTIFY_CALLBACK callback) {
-  if (SystemInitialized) NotifyCallback = callback;
+  if (GateInitialized(__func__)) NotifyCallback = callback;
 }
 
 void qorSound_Enable3DPlay(int enable) {
-  if (SystemInitialized) Play3DEnabled = enable;
+  if (GateInitialized(__func__)) Play3DEnabled = enable;
 }
 
 void qorSound_SetLatency(ULONG milliseconds) {
-  if (SystemInitialized) SoundLatency = milliseconds;
+  if (GateInitialized(__func__)) SoundLatency = milliseconds;
 }

@@ -3,6 +3,7 @@
 #include <unordered_set>
 
 #include "base/sound_entry.h"
+#include "core/diagnostics.h"
 #include "core/state.h"
 #include "playback/sound_buffer.h"
 #include "win32/tick_count.h"
@@ -27,6 +28,20 @@ SoundStream* LiveStream(void* handle) {
   if (!handle) return nullptr;
   auto* stream = static_cast<SoundStream*>(handle);
   return LiveSet().count(stream) ? stream : nullptr;
+}
+
+SoundStream* CheckedStream(void* handle, const char* operation) {
+  SoundStream* stream = LiveStream(handle);
+  if (stream) return stream;
+  if (!handle) {
+    Diagnose(KXSOUND_DIAG_DEAD_STREAM, "%s fails: the stream handle is null", operation);
+  } else {
+    Diagnose(KXSOUND_DIAG_DEAD_STREAM,
+             "%s fails: stream %p no longer exists (its sound was logged out or deleted, or it was an extra stream "
+             "that was released)",
+             operation, handle);
+  }
+  return nullptr;
 }
 
 // ---- ChainNode ----

@@ -77,5 +77,7 @@ void StealStream(SoundStream* stream);
 // Handles come from outside: a stream destroyed since (logout, deleted sound, a new
 // base, a released extra stream) must be refused before it is touched.
 SoundStream* LiveStream(void* handle);
+// LiveStream that tells the diagnostics sink of a handle that is null or no longer alive.
+SoundStream* CheckedStream(void* handle, const char* operation);
 
 #endif
