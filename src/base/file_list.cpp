@@ -34,7 +34,8 @@ void DiagnoseSlashes(const SoundEntry* entry, const char* stored) {
 }  // namespace
 
 void ResolveSoundPath(const char* stored, char* full) {
-  if (std::strchr(stored, ':')) {
+  // A drive letter, or a path as a Linux user writes it, is absolute.
+  if (std::strchr(stored, ':') || stored[0] == '/') {
     CopyTruncated(full, PATH_BUFFER_SIZE, stored);
   } else {
     std::snprintf(full, PATH_BUFFER_SIZE, "%s%s", RootFolder, stored);

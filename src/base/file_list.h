@@ -1,8 +1,8 @@
 #ifndef KXSOUND_BASE_FILE_LIST_H
 #define KXSOUND_BASE_FILE_LIST_H
 
-// Stored path to full path (256 bytes): a path with a colon is absolute and kept,
-// any other is appended to RootFolder.
+// Stored path to full path (256 bytes): a path with a colon, or one that starts with
+// '/', is absolute and kept; any other is appended to RootFolder.
 void ResolveSoundPath(const char* stored, char* full);
 
 #endif

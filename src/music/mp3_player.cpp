@@ -56,7 +56,8 @@ bool MusicLoaded(const char* operation) {
 
 char* MakeMusicPath(const char* path, char* out, const char* extension) {
   int written;
-  if (std::strchr(path, ':')) {
+  // A drive letter, or a path as a Linux user writes it, is absolute.
+  if (std::strchr(path, ':') || path[0] == '/') {
     written = std::snprintf(out, PATH_BUFFER_SIZE, "%s", path);
   } else {
     written = std::snprintf(out, PATH_BUFFER_SIZE, "%s%s", RootFolder, path[0] == '\\' ? path + 1 : path);

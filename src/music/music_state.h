@@ -28,8 +28,8 @@ extern NamedNode* MP3List;
 extern int MP3ListCount;
 extern int MP3ListIndex;
 
-// Full path of a music file (256 bytes): absolute when it holds a colon, else under
-// RootFolder; lower case; extension appended unless it occurs in the text. A path
+// Full path of a music file (256 bytes): absolute when it holds a colon or starts with
+// '/', else under RootFolder; lower case; extension appended unless it occurs in the text. A path
 // that does not fit comes out empty, so that nothing opens.
 char* MakeMusicPath(const char* path, char* out, const char* extension);
 

@@ -8,6 +8,8 @@
 
 namespace {
 
+constexpr char UTF8_BOM[] = "\xEF\xBB\xBF";
+
 // Lines that a separator run ends: each LF, and each CR not followed by LF.
 int CountLineEnds(const char* run, size_t length) {
   int lines = 0;
@@ -37,6 +39,8 @@ NamedNode* ParsePlaylist(const char* text, const char* listPath) {
   if (!cut) cut = std::strchr(listPath, '/');
   size_t prefixLength = cut ? static_cast<size_t>(cut - listPath) + 1 : 0;
   DiagnosePrefix(listPath, prefixLength);
+  // Windows editors begin a UTF-8 text with a byte-order mark; it is no part of the first entry.
+  if (std::strncmp(text, UTF8_BOM, 3) == 0) text += 3;
 
   NamedNode* head = nullptr;
   NamedNode* tail = nullptr;
@@ -51,7 +55,8 @@ NamedNode* ParsePlaylist(const char* text, const char* listPath) {
     const char* entry = p;
     p += length;
     if (entry[0] == '#') continue;
-    size_t folder = prefixLength;
+    // A path as a Linux user writes it is absolute and takes no folder.
+    size_t folder = entry[0] == '/' ? 0 : prefixLength;
     if (folder + length >= static_cast<size_t>(NAME_SIZE)) {
       Diagnose(KXSOUND_DIAG_PLAYLIST_ENTRY,
                "line %d of play list \"%s\" is left out: with its folder it has %zu characters, a name holds 255", line,
