@@ -42,8 +42,10 @@ void WatchFrameDelta(ULONG delta) {
     return;
   }
   uint32_t now = qorTimer_GetSystemTick();
-  if (!ZeroDeltaRun) {
+  // A clock started again (a host's manual clock) begins a new run.
+  if (!ZeroDeltaRun || static_cast<int32_t>(now - ZeroDeltaSince) < 0) {
     ZeroDeltaRun = true;
+    ZeroDeltaTold = false;
     ZeroDeltaSince = now;
     return;
   }

@@ -30,6 +30,10 @@ void DiagnoseUnknownSound(const char* name);
 // into out; empty when none is near.
 void NearestSoundNames(const char* name, char* out, size_t size);
 
+// Whether qorSound_SetVolume(int) ever succeeded: until then MasterVolume reads 0
+// whatever the factor in force, which is worth a word to the sink.
+extern bool MasterVolumeSet;
+
 // A path as the file layer will look for it: case resolved, slashes for backslashes.
 void DisplayPath(const char* path, char* out, size_t size);
 

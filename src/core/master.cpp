@@ -8,11 +8,10 @@ namespace {
 
 constexpr float POINT_ZERO_ONE = 0.01f;
 
-// Only for the diagnostics: MasterVolume reads 0 until the first SetVolume, whatever
-// the factor in force.
-bool MasterVolumeSet = false;
 
 }  // namespace
+
+bool MasterVolumeSet = false;
 
 LONG qorSound_Enable(int enable) {
   if (!GateInitialized(__func__)) return E_FAIL;

@@ -204,9 +204,8 @@ int TellLevel(Lines& lines, SoundEntry* entry, const SoundStream* taken) {
   int paused = 0;
   entry->ForEachStream([&paused](SoundStream* stream) { paused += stream->Paused3D ? 1 : 0; });
   if (paused) {
-    lines.Add("3D sounds are paused (qorSound_Pause3DSounds): %d stream%s of this sound wait for "
-              "qorSound_Resume3DSounds",
-              paused, paused == 1 ? "" : "s");
+    lines.Add("3D sounds are paused (qorSound_Pause3DSounds): %d %s for qorSound_Resume3DSounds", paused,
+              paused == 1 ? "stream of this sound waits" : "streams of this sound wait");
   }
   if (SoundLatency) {
     lines.Add("SoundLatency %u ms: a one-shot starts that far into its clip, and is skipped when the clip is shorter",
