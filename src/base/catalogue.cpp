@@ -65,12 +65,6 @@ SoundEntry* FindSoundEntry(const char* name, bool follow) {
   return entry;
 }
 
-SoundEntry* FindKnownSound(const char* name, bool follow) {
-  SoundEntry* entry = FindSoundEntry(name, follow);
-  if (!entry) DiagnoseUnknownSound(name);
-  return entry;
-}
-
 SoundEntry* FindRunningSound(const char* name, const char* operation) {
   return GateInitialized(operation) ? FindKnownSound(name, true) : nullptr;
 }

@@ -3,12 +3,17 @@
 #define KXSOUND_BASE_CATALOGUE_H
 
 #include "base/sound_entry.h"
+#include "core/diagnostics.h"
 
 // The entry of that name, compared without regard to A-Z case; with follow set,
 // the end of its redirection chain.
 SoundEntry* FindSoundEntry(const char* name, bool follow);
 // FindSoundEntry that tells the diagnostics sink of a name it does not know.
-SoundEntry* FindKnownSound(const char* name, bool follow);
+inline SoundEntry* FindKnownSound(const char* name, bool follow) {
+  SoundEntry* entry = FindSoundEntry(name, follow);
+  if (!entry) DiagnoseUnknownSound(name);
+  return entry;
+}
 // FindKnownSound(name, true) while the system runs; null otherwise. The search of
 // every by-name operation that has no result of its own for a stopped system.
 SoundEntry* FindRunningSound(const char* name, const char* operation);

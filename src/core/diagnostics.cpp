@@ -74,17 +74,12 @@ void Diagnose(int code, const char* format, ...) {
   InSink = false;
 }
 
-bool GateInitialized(const char* operation) {
-  if (SystemInitialized) return true;
-  Diagnose(KXSOUND_DIAG_NOT_INITIALIZED, "the system is not initialised: %s fails", operation);
-  return false;
-}
-
-bool GateRunning(const char* operation) {
-  if (!GateInitialized(operation)) return false;
-  if (SoundEnabled) return true;
-  Diagnose(KXSOUND_DIAG_SOUND_DISABLED, "sound is switched off (qorSound_Enable(0)): %s fails", operation);
-  return false;
+void DiagnoseGate(const char* operation) {
+  if (!SystemInitialized) {
+    Diagnose(KXSOUND_DIAG_NOT_INITIALIZED, "the system is not initialised: %s fails", operation);
+  } else if (!SoundEnabled) {
+    Diagnose(KXSOUND_DIAG_SOUND_DISABLED, "sound is switched off (qorSound_Enable(0)): %s fails", operation);
+  }
 }
 
 void NearestSoundNames(const char* name, char* out, size_t size) {

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 
+#include "core/state.h"
 #include "kxSound.h"
 
 extern KXSOUND_DIAGNOSTIC_SINK DiagnosticSink;
@@ -18,11 +19,22 @@ inline bool DiagnosticsWanted() { return DiagnosticSink != nullptr; }
 // sink throws.
 void Diagnose(int code, const char* format, ...) __attribute__((format(printf, 2, 3)));
 
+// Tells the sink that a call was turned away for the system's state, and which.
+void DiagnoseGate(const char* operation);
+
 // The gates of the exported operations. Each gives what the plain test gives and tells
-// the sink which call was turned away and why.
-bool GateInitialized(const char* operation);
+// the sink which call was turned away and why. Inline: they stand on every play.
+inline bool GateInitialized(const char* operation) {
+  if (SystemInitialized) return true;
+  DiagnoseGate(operation);
+  return false;
+}
 // SystemInitialized and SoundEnabled.
-bool GateRunning(const char* operation);
+inline bool GateRunning(const char* operation) {
+  if (SystemInitialized && SoundEnabled) return true;
+  DiagnoseGate(operation);
+  return false;
+}
 
 // "unknown sound ..." with the nearest names of the catalogue.
 void DiagnoseUnknownSound(const char* name);

@@ -1,6 +1,7 @@
 // Display names of wave format tags.
 #include <cstring>
 
+#include "core/diagnostics.h"
 #include "core/state.h"
 #include "wave/format_names.h"
 
@@ -85,7 +86,7 @@ const char* WaveFormatName(uint32_t tag) {
 }
 
 void qorSound_WaveFormatStr(ULONG tag, char* name) {
-  if (!SystemInitialized || !name) return;
+  if (!GateInitialized(__func__) || !name) return;
   const char* found = WaveFormatName(tag);
   std::memcpy(name, found, std::strlen(found) + 1);
 }
