@@ -169,7 +169,7 @@ LONG qorSound_LoadBase() {
     if (ToolMode != 0 || entry->Enabled != 0) {
       AppendSoundEntry(entry);
     } else {
-      Diagnose(KXSOUND_DIAG_BASE_FILE, "sound \"%s\" is disabled and left out of the catalogue (outside tool mode)",
+      Diagnose(KXSOUND_DIAG_SOUND_LEFT_OUT, "sound \"%s\" is disabled and left out of the catalogue (outside tool mode)",
                entry->Name);
       delete entry;
     }

@@ -67,7 +67,7 @@ LONG qorSound_LoadMP3List(const char* path, int wrap) {
   DWORD size = qorGetFileSize(file, nullptr);
   if (size == 0 || size == 0xFFFFFFFFu) {
     qorCloseHandle(file);
-    Diagnose(KXSOUND_DIAG_MUSIC, "play list \"%s\" is empty: the old list stays (the call succeeds)", full);
+    Diagnose(KXSOUND_DIAG_NOTHING_DONE, "play list \"%s\" is empty: the old list stays (the call succeeds)", full);
     return S_OK;
   }
   // Two zero bytes behind the text, so it always ends.
@@ -77,7 +77,7 @@ LONG qorSound_LoadMP3List(const char* path, int wrap) {
   qorCloseHandle(file);
   if (!text || done < size) {
     FreeGlobalBlock(text);
-    Diagnose(KXSOUND_DIAG_MUSIC, "play list \"%s\" could not be read whole: the old list stays (the call succeeds)",
+    Diagnose(KXSOUND_DIAG_NOTHING_DONE, "play list \"%s\" could not be read whole: the old list stays (the call succeeds)",
              full);
     return S_OK;
   }
@@ -116,9 +116,11 @@ LONG qorSound_UnloadMP3List() {
 LONG qorSound_GoMP3Index(int index, int flag) {
   if (!ListReady(__func__)) return E_FAIL;
   if (!MP3ListWrap && index >= MP3ListCount) {
-    Diagnose(KXSOUND_DIAG_MUSIC, "index %d is past the %d entries of the play list and wrap is off: the music stops",
-             index, MP3ListCount);
-    return StopMusic();
+    LONG stopped = StopMusic();
+    Diagnose(stopped < 0 ? KXSOUND_DIAG_MUSIC : KXSOUND_DIAG_ADJUSTED,
+             "index %d is past the %d entries of the play list and wrap is off: the music %s", index, MP3ListCount,
+             stopped < 0 ? "had ended already" : "stops");
+    return stopped;
   }
   int i = index % MP3ListCount;
   NamedNode* entry = i == 0 ? MP3List : (MP3List->Next ? Advance(MP3List->Next, i - 1) : nullptr);

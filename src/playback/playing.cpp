@@ -58,7 +58,7 @@ LONG qorSound_PlaySound(void* sound, const void* position, int) {
   SoundBuffer_SetLooped(stream->Buffer, 0);
   if (SoundLatency != 0) {
     if (SoundLatency > SoundBuffer_GetDurationMs(stream->Buffer)) {
-      Diagnose(KXSOUND_DIAG_ADJUSTED,
+      Diagnose(KXSOUND_DIAG_NOTHING_DONE,
                "sound \"%s\" is skipped: SoundLatency %u ms is longer than its clip of %u ms (the call succeeds)",
                entry->Name, SoundLatency, SoundBuffer_GetDurationMs(stream->Buffer));
       entry->ReleaseStream(stream);

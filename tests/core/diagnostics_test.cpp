@@ -305,6 +305,20 @@ const std::vector<Case>& Cases() {
        KXSOUND_DIAG_REFUSED, {"\"Bird\" cannot redirect to \"Bee3D\"", "one is 3D"}},
       {"MasterVolumeAbove100", [](Diagnostics&, TempDir&) { qorSound_SetVolume(150); }, KXSOUND_DIAG_ADJUSTED,
        {"master volume 150 counts as 100"}},
+      {"DisabledSoundLeftOutOfAGame",
+       [](Diagnostics&, TempDir&) {
+         qorSound_SetSoundEnabled("Bird", 0);
+         ASSERT_EQ(qorSound_SaveBase(), S_OK);
+         qorSound_Finalize();
+         qorSound_Initialize(nullptr, 0);
+       },
+       KXSOUND_DIAG_SOUND_LEFT_OUT, {"sound \"Bird\" is disabled and left out"}},
+      {"EmptyPlayListTheCallSucceeds",
+       [](Diagnostics&, TempDir& root) {
+         root.write("music/empty.m3u", "");
+         EXPECT_EQ(qorSound_LoadMP3List("music\\empty", 0), S_OK);
+       },
+       KXSOUND_DIAG_NOTHING_DONE, {"empty.m3u\" is empty: the old list stays"}},
   };
   return cases;
 }
