@@ -214,4 +214,46 @@ KXSOUND_API void qorSound_WaveFormatStr(uint32_t tag, char* name);
 KXSOUND_API int32_t qorSound_GetFileInfo(const char* path, uint32_t& formatTag, int& channels, int& bits,
                                       int& samplesPerSec, int& dataBytes);
 
+// ---- diagnostics (this system's own exports) ----
+// Diagnostics: one line for every failure and every surprising success, when asked for.
+// code is one of the KXSOUND_DIAG_ numbers below, stable from release to release; text is
+// one sentence naming the sound, file, path and values involved. With no sink registered
+// nothing is formatted and every result stays as it is.
+typedef void (*KXSOUND_DIAGNOSTIC_SINK)(int code, const char* text, void* user);
+KXSOUND_API void kxSound_SetDiagnosticSink(KXSOUND_DIAGNOSTIC_SINK sink, void* user);  // null: off
+// What a play of the sound would do now and why, one line at a time; 0, or E_FAIL for an
+// unknown sound (the lines then say so, with the nearest names).
+typedef void (*KXSOUND_LINE_CALLBACK)(const char* line, void* user);
+KXSOUND_API int32_t kxSound_Why(const char* name, KXSOUND_LINE_CALLBACK out, void* user);
+
+// Codes below KXSOUND_DIAG_NOTICE come with a call that fails, or that has no result and
+// does nothing. From KXSOUND_DIAG_NOTICE on, the call succeeds but does less than, or
+// other than, it seems to.
+#define KXSOUND_DIAG_UNKNOWN_SOUND 1        // a name that is not in the catalogue, with the nearest names
+#define KXSOUND_DIAG_NO_ENABLED_FILE 2      // a sound without files, or with none enabled, cannot log in
+#define KXSOUND_DIAG_FILE_NOT_FOUND 3       // a wave, MP3 or list file is missing: the full path tried
+#define KXSOUND_DIAG_FORMAT_REFUSED 4       // a wave file that cannot become a buffer, and why
+#define KXSOUND_DIAG_NO_FREE_STREAM 5       // every stream of the file is held and none may be taken
+#define KXSOUND_DIAG_NOT_INITIALIZED 6      // a call before qorSound_Initialize succeeded or after qorSound_Finalize
+#define KXSOUND_DIAG_SOUND_DISABLED 7       // a call turned away while qorSound_Enable(0) holds
+#define KXSOUND_DIAG_DEAD_STREAM 8          // a stream handle that is null or no longer alive
+#define KXSOUND_DIAG_ONE_SHOT_STREAM 9      // a one-shot of qorSound_PlaySound given where a held stream is wanted
+#define KXSOUND_DIAG_BASE_FILE 10           // Sounds.qorSound unreadable, not a base, cut short, or not written
+#define KXSOUND_DIAG_MUSIC 11               // a music call that fails: no library, no sound, no list, a refused file
+#define KXSOUND_DIAG_DEVICE 12              // the sound device could not be opened
+#define KXSOUND_DIAG_REFUSED 13             // any other call refused, with the reason
+
+#define KXSOUND_DIAG_NOTICE 100
+#define KXSOUND_DIAG_BEYOND_MAX_DISTANCE 100  // a 3D one-shot dropped: distance and MaxDistance
+#define KXSOUND_DIAG_RELEASED_STREAM 101      // a handle of a stream back in its pool, used as if still held
+#define KXSOUND_DIAG_FORWARD_SLASHES 102      // a path with '/', and what it becomes
+#define KXSOUND_DIAG_ROOT_FOLDER 103          // at start-up: the root folder is missing or holds no Sounds.qorSound
+#define KXSOUND_DIAG_PLAYLIST_ENTRY 104       // a play-list line left out or read otherwise than it looks
+#define KXSOUND_DIAG_LEVEL_REFUSED 105        // a level outside 0..100 percent: stored, refused by the device, not heard
+#define KXSOUND_DIAG_VOLUME_NEVER_SET 106     // qorSound_GetVolume(int*) before any qorSound_SetVolume(int)
+#define KXSOUND_DIAG_FRAME_DELTA_ZERO 107     // the frame delta stays 0 while time passes: delayed ambients never start
+#define KXSOUND_DIAG_ADJUSTED 108             // a value taken otherwise than given: clamped, renamed, cut
+#define KXSOUND_DIAG_SOUND_LEFT_OUT 109       // a disabled sound of the base file left out of the catalogue
+#define KXSOUND_DIAG_NOTHING_DONE 110         // a call that succeeds and does nothing: an empty list, a skipped start
+
 #endif

@@ -50,10 +50,8 @@ void OnStreamEvent(QORSOUND_STREAM_EVENT event, void* stream, void*) {
   if (event == STREAM_EVENT_CHANGED && stream == g_events.held) g_events.heldChanged = true;
 }
 
-#if KX_HOST_HAS_DIAGNOSTICS
 // Every failure, and every success that is not what it seems, as one sentence.
 void OnDiagnostic(int code, const char* text, void*) { std::fprintf(stderr, "host: %s [%d]\n", text, code); }
-#endif
 
 bool Start(const std::string& output) {
   if (kxHost_SetAudioOutput(output.c_str()) != 0) return false;
@@ -98,9 +96,7 @@ int main(int argc, char** argv) {
                  "                    [--seconds N] [--music LIST.m3u]\n");
     return 2;
   }
-#if KX_HOST_HAS_DIAGNOSTICS
   kxSound_SetDiagnosticSink(&OnDiagnostic, nullptr);
-#endif
 
   // The root folder holds Sounds.qorSound and the files it names; it is read at the start.
   bool sample = options.root.empty();
@@ -186,9 +182,7 @@ int main(int argc, char** argv) {
   qorSound_SetNotifyCallback(nullptr);
   qorSound_UnloadAllAmbients();
   qorSound_Finalize();
-#if KX_HOST_HAS_DIAGNOSTICS
   kxSound_SetDiagnosticSink(nullptr, nullptr);
-#endif
   if (sample) {
     std::remove((options.root + "/beep.wav").c_str());
     rmdir(options.root.c_str());

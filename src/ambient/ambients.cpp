@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include "core/diagnostics.h"
 #include "core/state.h"
 #include "kxEngine.h"
 #include "kxSound.h"
@@ -21,7 +22,47 @@ AmbientEntry* FindAmbient(const char* name) {
   return static_cast<AmbientEntry*>(NamedNode::Find(AmbientList, name, FIND_LIMIT));
 }
 
-bool Running() { return SystemInitialized && SoundEnabled; }
+// The ambient of that name, or null with the sink told that none is loaded.
+AmbientEntry* LoadedAmbient(const char* name, const char* operation) {
+  AmbientEntry* entry = FindAmbient(name);
+  if (!entry) {
+    Diagnose(KXSOUND_DIAG_REFUSED, "no ambient \"%s\" is loaded (qorSound_LoadAmbient first): %s fails",
+             name ? name : "(null)", operation);
+  }
+  return entry;
+}
+
+// Engine time that has passed while every frame delta read 0. A host that never starts
+// its frames leaves the delta at 0, and then no delayed ambient ever starts.
+constexpr uint32_t STUCK_DELTA_MS = 1000;
+bool ZeroDeltaRun = false;
+bool ZeroDeltaTold = false;
+uint32_t ZeroDeltaSince = 0;
+
+void WatchFrameDelta(ULONG delta) {
+  if (!DiagnosticsWanted()) return;
+  if (delta != 0) {
+    ZeroDeltaRun = false;
+    ZeroDeltaTold = false;
+    return;
+  }
+  uint32_t now = qorTimer_GetSystemTick();
+  // A clock started again (a host's manual clock) begins a new run.
+  if (!ZeroDeltaRun || static_cast<int32_t>(now - ZeroDeltaSince) < 0) {
+    ZeroDeltaRun = true;
+    ZeroDeltaTold = false;
+    ZeroDeltaSince = now;
+    return;
+  }
+  if (ZeroDeltaTold || now - ZeroDeltaSince < STUCK_DELTA_MS) return;
+  ZeroDeltaTold = true;
+  int delayed = 0;
+  for (AmbientEntry* entry = AmbientList; entry; entry = entry->NextAmbient()) delayed += entry->Delayed ? 1 : 0;
+  Diagnose(KXSOUND_DIAG_FRAME_DELTA_ZERO,
+           "the frame delta (qorTimer_GetSystemDeltaTicks) has stayed 0 for %u ms of engine time while qorSound_Update "
+           "ran: the host starts no frames, so delayed ambients never start (%d delayed now)",
+           now - ZeroDeltaSince, delayed);
+}
 
 bool StillLoaded(const AmbientEntry* entry, uint64_t serial) {
   for (AmbientEntry* other = AmbientList; other; other = other->NextAmbient()) {
@@ -72,6 +113,7 @@ void AmbientEntry::Resume() {
 
 void UpdateAmbients() {
   ULONG delta = qorTimer_GetSystemDeltaTicks();
+  WatchFrameDelta(delta);
   ForEachAmbient([delta](AmbientEntry* entry) {
     if (entry->Paused || !entry->Delayed) return;
     entry->Elapsed += delta;
@@ -92,10 +134,20 @@ void ForgetAmbients() {
 }
 
 LONG qorSound_LoadAmbient(const char* name) {
-  if (!Running() || !name) return E_FAIL;
-  if (FindAmbient(name)) return E_FAIL;
+  if (!GateRunning(__func__)) return E_FAIL;
+  if (!name) {
+    Diagnose(KXSOUND_DIAG_UNKNOWN_SOUND, "unknown sound: the name is null");
+    return E_FAIL;
+  }
+  if (FindAmbient(name)) {
+    Diagnose(KXSOUND_DIAG_REFUSED, "ambient \"%s\" is loaded already", name);
+    return E_FAIL;
+  }
   if (qorSound_FindSound(name, nullptr) < 0) return E_FAIL;
-  if (qorSound_Get3D(name) != 0) return E_FAIL;
+  if (qorSound_Get3D(name) != 0) {
+    Diagnose(KXSOUND_DIAG_REFUSED, "sound \"%s\" is 3D: an ambient must be a 2D sound", name);
+    return E_FAIL;
+  }
   auto* entry = new (std::nothrow) AmbientEntry(name);
   if (!entry) return E_FAIL;
   // The host hears of the new stream before the entry joins the list, and may have
@@ -117,8 +169,8 @@ LONG qorSound_LoadAmbient(const char* name) {
 }
 
 LONG qorSound_UnloadAmbient(const char* name) {
-  if (!Running()) return E_FAIL;
-  AmbientEntry* entry = FindAmbient(name);
+  if (!GateRunning(__func__)) return E_FAIL;
+  AmbientEntry* entry = LoadedAmbient(name, __func__);
   if (!entry) return E_FAIL;
   AmbientList = static_cast<AmbientEntry*>(NamedNode::Remove(AmbientList, entry));
   ++ListChanges;
@@ -127,7 +179,7 @@ LONG qorSound_UnloadAmbient(const char* name) {
 }
 
 LONG qorSound_UnloadAllAmbients() {
-  if (!Running()) return E_FAIL;
+  if (!GateRunning(__func__)) return E_FAIL;
   AmbientEntry* head = AmbientList;
   AmbientList = nullptr;
   ++ListChanges;
@@ -136,20 +188,20 @@ LONG qorSound_UnloadAllAmbients() {
 }
 
 LONG qorSound_PauseAllAmbiemts() {
-  if (!Running()) return E_FAIL;
+  if (!GateRunning(__func__)) return E_FAIL;
   ForEachAmbient([](AmbientEntry* entry) { entry->Pause(); });
   return S_OK;
 }
 
 LONG qorSound_ResumeAllAmbiemts() {
-  if (!Running()) return E_FAIL;
+  if (!GateRunning(__func__)) return E_FAIL;
   ForEachAmbient([](AmbientEntry* entry) { entry->Resume(); });
   return S_OK;
 }
 
 LONG qorSound_PlayAmbientLooped(const char* name) {
-  if (!Running()) return E_FAIL;
-  AmbientEntry* entry = FindAmbient(name);
+  if (!GateRunning(__func__)) return E_FAIL;
+  AmbientEntry* entry = LoadedAmbient(name, __func__);
   if (!entry) return E_FAIL;
   entry->Delayed = 0;
   qorSound_PlayStream(entry->Stream);
@@ -157,12 +209,19 @@ LONG qorSound_PlayAmbientLooped(const char* name) {
 }
 
 LONG qorSound_PlayAmbientDelayed(const char* name, int seconds, int percent) {
-  if (!Running()) return E_FAIL;
-  AmbientEntry* entry = FindAmbient(name);
+  if (!GateRunning(__func__)) return E_FAIL;
+  AmbientEntry* entry = LoadedAmbient(name, __func__);
+  if (!entry) return E_FAIL;
   // Negative seconds would wrap to waits of weeks.
-  if (!entry || seconds < 0) return E_FAIL;
-  if (percent < 0) percent = 0;
-  if (percent > 90) percent = 90;
+  if (seconds < 0) {
+    Diagnose(KXSOUND_DIAG_REFUSED, "ambient \"%s\": a wait of %d seconds is refused", name, seconds);
+    return E_FAIL;
+  }
+  if (percent < 0 || percent > 90) {
+    Diagnose(KXSOUND_DIAG_ADJUSTED, "ambient \"%s\": a spread of %d%% counts as %d%%", name, percent,
+             percent < 0 ? 0 : 90);
+    percent = percent < 0 ? 0 : 90;
+  }
   entry->Delayed = 1;
   uint32_t base = static_cast<uint32_t>(seconds) * 1000u;
   uint32_t spread = base * static_cast<uint32_t>(percent) / 100u;
@@ -173,16 +232,16 @@ LONG qorSound_PlayAmbientDelayed(const char* name, int seconds, int percent) {
 }
 
 LONG qorSound_StopAmbient(const char* name) {
-  if (!Running()) return E_FAIL;
-  AmbientEntry* entry = FindAmbient(name);
+  if (!GateRunning(__func__)) return E_FAIL;
+  AmbientEntry* entry = LoadedAmbient(name, __func__);
   if (!entry) return E_FAIL;
   qorSound_StopStream(entry->Stream);
   return S_OK;
 }
 
 LONG qorSound_AmbientVolume(const char* name, int volume) {
-  if (!Running()) return E_FAIL;
-  AmbientEntry* entry = FindAmbient(name);
+  if (!GateRunning(__func__)) return E_FAIL;
+  AmbientEntry* entry = LoadedAmbient(name, __func__);
   if (!entry) return E_FAIL;
   qorSound_SetStreamVolume(entry->Stream, volume);
   return S_OK;

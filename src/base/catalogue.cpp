@@ -6,6 +6,7 @@
 #include <unordered_map>
 
 #include "base/text.h"
+#include "core/diagnostics.h"
 #include "core/state.h"
 
 namespace {
@@ -67,7 +68,9 @@ SoundEntry* FindSoundEntry(const char* name, bool follow) {
   return entry;
 }
 
-SoundEntry* FindRunningSound(const char* name) { return SystemInitialized ? FindSoundEntry(name, true) : nullptr; }
+SoundEntry* FindRunningSound(const char* name, const char* operation) {
+  return GateInitialized(operation) ? FindKnownSound(name, true) : nullptr;
+}
 
 void MakeUniqueSoundName(char* name) {
   // A name that does not fit the field counts as taken and is replaced.
@@ -125,39 +128,47 @@ void DestroySoundList() {
 // ---- exported operations ----
 
 LONG qorSound_FindSound(const char* name, void** sound) {
-  if (!SystemInitialized) return E_FAIL;
-  SoundEntry* entry = FindSoundEntry(name, true);
+  if (!GateInitialized(__func__)) return E_FAIL;
+  SoundEntry* entry = FindKnownSound(name, true);
   if (sound) *sound = entry;
   return entry ? S_OK : E_FAIL;
 }
 
 LONG qorSound_GetSoundName(void* sound, char* name) {
-  if (!SystemInitialized) return E_FAIL;
-  if (!sound || !name) return E_FAIL;
+  if (!GateInitialized(__func__)) return E_FAIL;
+  if (!sound || !name) {
+    Diagnose(KXSOUND_DIAG_REFUSED, "qorSound_GetSoundName fails: the %s is null", sound ? "name buffer" : "sound handle");
+    return E_FAIL;
+  }
   const SoundEntry* entry = static_cast<SoundEntry*>(sound);
   std::memcpy(name, entry->Name, std::strlen(entry->Name) + 1);
   return S_OK;
 }
 
 void qorSound_CreateNewSound(char* name) {
-  if (!SystemInitialized || !name) return;
+  if (!GateInitialized(__func__) || !name) return;
+  char asked[NAME_SIZE] = "";
+  if (DiagnosticsWanted()) CopyTruncated(asked, sizeof asked, name);
   MakeUniqueSoundName(name);
   if (auto* entry = new (std::nothrow) SoundEntry(name)) AppendSoundEntry(entry);
+  if (DiagnosticsWanted() && asked[0] && std::strcmp(asked, name) != 0) {
+    Diagnose(KXSOUND_DIAG_ADJUSTED, "sound name \"%s\" is taken or too long: the new sound is called \"%s\"", asked,
+             name);
+  }
 }
 
 void qorSound_DeleteSound(void* sound) {
-  if (!SystemInitialized || !sound) return;
+  if (!GateInitialized(__func__) || !sound) return;
   DeleteSoundEntry(static_cast<SoundEntry*>(sound));
 }
 
 void qorSound_DeleteSound(const char* name) {
-  if (!SystemInitialized) return;
-  if (SoundEntry* entry = FindSoundEntry(name, true)) DeleteSoundEntry(entry);
+  if (SoundEntry* entry = FindRunningSound(name, __func__)) DeleteSoundEntry(entry);
 }
 
 void qorSound_CloneSound(const char* source, char* newName) {
-  if (!SystemInitialized || !newName) return;
-  SoundEntry* original = FindSoundEntry(source, true);
+  if (!GateInitialized(__func__) || !newName) return;
+  SoundEntry* original = FindKnownSound(source, true);
   if (!original) return;
   newName[0] = 0;
   MakeUniqueSoundName(newName);
@@ -170,9 +181,9 @@ void qorSound_CloneSound(const char* source, char* newName) {
 }
 
 void qorSound_CopyParameters(const char* target, const char* source) {
-  if (!SystemInitialized) return;
-  SoundEntry* to = FindSoundEntry(target, true);
-  SoundEntry* from = FindSoundEntry(source, true);
+  if (!GateInitialized(__func__)) return;
+  SoundEntry* to = FindKnownSound(target, true);
+  SoundEntry* from = FindKnownSound(source, true);
   if (!to || !from || to == from) return;
   uint8_t block[PARAMETER_BLOCK_SIZE];
   from->GetParameterBlock(block);
@@ -180,16 +191,25 @@ void qorSound_CopyParameters(const char* target, const char* source) {
 }
 
 LONG qorSound_ChangeName(const char* name, const char* newName) {
-  if (!SystemInitialized) return E_FAIL;
-  SoundEntry* entry = FindSoundEntry(name, true);
-  if (!entry || !newName || !FitsName(newName)) return E_FAIL;
-  if (FindSoundEntry(newName, true)) return E_FAIL;
+  if (!GateInitialized(__func__)) return E_FAIL;
+  SoundEntry* entry = FindKnownSound(name, true);
+  if (!entry) return E_FAIL;
+  if (!newName || !FitsName(newName)) {
+    Diagnose(KXSOUND_DIAG_REFUSED, "sound \"%s\" keeps its name: the new name is %s", entry->Name,
+             newName ? "longer than 255 characters" : "null");
+    return E_FAIL;
+  }
+  if (SoundEntry* holder = FindSoundEntry(newName, true)) {
+    Diagnose(KXSOUND_DIAG_REFUSED, "sound \"%s\" keeps its name: \"%s\" is taken by sound \"%s\"", entry->Name, newName,
+             holder->Name);
+    return E_FAIL;
+  }
   RenameSoundEntry(entry, newName);
   return S_OK;
 }
 
 void qorSound_EnumerateSounds(QORSOUND_ENUM_SOUNDS_CALLBACK callback) {
-  if (!SystemInitialized || !callback) return;
+  if (!GateInitialized(__func__) || !callback) return;
   // The callback may delete, add or reload sounds. It gets a copy of each name, and
   // after a change the walk goes on behind the last sound shown, among those that
   // were there when it began.
@@ -209,19 +229,19 @@ void qorSound_EnumerateSounds(QORSOUND_ENUM_SOUNDS_CALLBACK callback) {
 }
 
 char* qorSound_GetSoundComments(const char* name) {
-  SoundEntry* entry = FindRunningSound(name);
+  SoundEntry* entry = FindRunningSound(name, __func__);
   return entry ? entry->Comments : nullptr;
 }
 
 void qorSound_SetSoundComments(const char* name, const char* comments) {
-  if (SoundEntry* entry = FindRunningSound(name)) entry->SetComments(comments);
+  if (SoundEntry* entry = FindRunningSound(name, __func__)) entry->SetComments(comments);
 }
 
 int qorSound_IsSoundEnabled(const char* name) {
-  SoundEntry* entry = FindRunningSound(name);
+  SoundEntry* entry = FindRunningSound(name, __func__);
   return entry ? entry->Enabled : 0;
 }
 
 void qorSound_SetSoundEnabled(const char* name, int enabled) {
-  if (SoundEntry* entry = FindRunningSound(name)) entry->Enabled = enabled;
+  if (SoundEntry* entry = FindRunningSound(name, __func__)) entry->Enabled = enabled;
 }

@@ -3,13 +3,20 @@
 #define KXSOUND_BASE_CATALOGUE_H
 
 #include "base/sound_entry.h"
+#include "core/diagnostics.h"
 
 // The entry of that name, compared without regard to A-Z case; with follow set,
 // the end of its redirection chain.
 SoundEntry* FindSoundEntry(const char* name, bool follow);
-// FindSoundEntry(name, true) while the system runs; null otherwise. The search of
+// FindSoundEntry that tells the diagnostics sink of a name it does not know.
+inline SoundEntry* FindKnownSound(const char* name, bool follow) {
+  SoundEntry* entry = FindSoundEntry(name, follow);
+  if (!entry) DiagnoseUnknownSound(name);
+  return entry;
+}
+// FindKnownSound(name, true) while the system runs; null otherwise. The search of
 // every by-name operation that has no result of its own for a stopped system.
-SoundEntry* FindRunningSound(const char* name);
+SoundEntry* FindRunningSound(const char* name, const char* operation);
 // Leaves name alone when it is free, else writes the next free "Sound#%03d" into it.
 void MakeUniqueSoundName(char* name);
 // Adds an entry at the tail of SoundList.

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "core/device.h"
+#include "core/diagnostics.h"
 #include "core/state.h"
 #include "kxEngine.h"
 #include "kxSound.h"
@@ -156,7 +157,9 @@ LONG SoundConsoleHandler(ULONG id, int argc, char** argv) {
     case CMD_ROLLOFF_FACTOR: PrintInvalidIfRefused(Device_SetRolloffFactor(Float(argv[0]))); break;
     case CMD_DISTANCE_FACTOR: PrintInvalidIfRefused(Device_SetDistanceFactor(Float(argv[0]))); break;
     case CMD_DOPPLER_FACTOR: PrintInvalidIfRefused(Device_SetDopplerFactor(Float(argv[0]))); break;
-    case CMD_VOLUME_FACTOR: break;  // registered, but the master volume is "SetVolume"
+    case CMD_VOLUME_FACTOR:  // registered, but the master volume is "SetVolume"
+      Diagnose(KXSOUND_DIAG_REFUSED, "the console command VolumeFactor does nothing: the master volume is SetVolume");
+      break;
     case CMD_FREQUENCY_FACTOR:
       // The percentage stays a double until the product is made a float.
       qorSound_SetFrequencyFactor(static_cast<float>(std::atof(argv[0]) * static_cast<double>(POINT_ZERO_ONE)));

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "core/diagnostics.h"
 #include "core/state.h"
 #include "dsound/dsound.h"
 #include "kxEngine.h"
@@ -83,8 +84,12 @@ void Device_CommitDeferred() {
 }
 
 LONG qorSound_SetEarsPosition(const void* position, const void* front, const void* top) {
-  if (!SystemInitialized || !SoundEnabled) return E_FAIL;
-  if (!position || !front || !top) return E_FAIL;
+  if (!GateRunning(__func__)) return E_FAIL;
+  if (!position || !front || !top) {
+    Diagnose(KXSOUND_DIAG_REFUSED, "qorSound_SetEarsPosition fails: the %s vector is null",
+             !position ? "position" : (!front ? "front" : "top"));
+    return E_FAIL;
+  }
   std::memcpy(EarsPosition, position, sizeof EarsPosition);
   return Device_SetEars(static_cast<const float*>(position), static_cast<const float*>(front),
                         static_cast<const float*>(top));

@@ -3,11 +3,14 @@
 
 #include <cstdio>
 #include <cstring>
+#include <string>
 
+#include "audio/device_failure.h"
 #include "base/catalogue.h"
 #include "ambient/ambients.h"
 #include "console/console_commands.h"
 #include "core/device.h"
+#include "core/diagnostics.h"
 #include "core/test_clip.h"
 #include "music/music_state.h"
 #include "core/state.h"
@@ -37,8 +40,17 @@ void BuildBaseFilePath() {
 LONG qorSound_Initialize(HWND window, int toolMode) {
   // A second start would leak the running device and music and cut every handle the
   // host holds: the running system stays as it is.
-  if (SystemInitialized) return E_FAIL;
-  if (Device_Start(window) < 0) return E_FAIL;
+  if (SystemInitialized) {
+    Diagnose(KXSOUND_DIAG_REFUSED, "qorSound_Initialize fails: the system runs already (qorSound_Finalize first)");
+    return E_FAIL;
+  }
+  if (Device_Start(window) < 0) {
+    const std::string why = kxaudio::DeviceFailure();
+    Diagnose(KXSOUND_DIAG_DEVICE,
+             "qorSound_Initialize fails: %s; every other call fails until an initialisation succeeds",
+             why.empty() ? "the sound device could not be opened (no sound card or output)" : why.c_str());
+    return E_FAIL;
+  }
   Music_Start();
   qorFileIO_GetFolder(RootFolder, nullptr);
   RootFolder[sizeof RootFolder - 1] = 0;
@@ -54,7 +66,7 @@ LONG qorSound_Initialize(HWND window, int toolMode) {
 }
 
 LONG qorSound_Finalize() {
-  if (!SystemInitialized) return E_FAIL;
+  if (!GateInitialized(__func__)) return E_FAIL;
   SoundBuffer_Release(&FilePreviewBuffer);
   ForgetAmbients();
   DestroySoundList();
@@ -65,13 +77,13 @@ LONG qorSound_Finalize() {
 }
 
 void qorSound_SetNotifyCallback(QORSOUND_NOTIFY_CALLBACK callback) {
-  if (SystemInitialized) NotifyCallback = callback;
+  if (GateInitialized(__func__)) NotifyCallback = callback;
 }
 
 void qorSound_Enable3DPlay(int enable) {
-  if (SystemInitialized) Play3DEnabled = enable;
+  if (GateInitialized(__func__)) Play3DEnabled = enable;
 }
 
 void qorSound_SetLatency(ULONG milliseconds) {
-  if (SystemInitialized) SoundLatency = milliseconds;
+  if (GateInitialized(__func__)) SoundLatency = milliseconds;
 }

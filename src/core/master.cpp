@@ -1,5 +1,6 @@
 // The switches that act on every sound effect at once.
 #include "base/catalogue.h"
+#include "core/diagnostics.h"
 #include "core/state.h"
 #include "playback/sound_stream.h"
 
@@ -7,10 +8,13 @@ namespace {
 
 constexpr float POINT_ZERO_ONE = 0.01f;
 
+
 }  // namespace
 
+bool MasterVolumeSet = false;
+
 LONG qorSound_Enable(int enable) {
-  if (!SystemInitialized) return E_FAIL;
+  if (!GateInitialized(__func__)) return E_FAIL;
   if (enable == SoundEnabled) return S_OK;
   SoundEnabled = enable;
   if (enable != 0) return S_OK;
@@ -30,22 +34,43 @@ LONG qorSound_Enable(int enable) {
 }
 
 LONG qorSound_SetVolume(int volume) {
-  if (!SystemInitialized || !SoundEnabled || volume < 0) return E_FAIL;
-  if (volume > 100) volume = 100;
+  if (!GateRunning(__func__)) return E_FAIL;
+  if (volume < 0) {
+    Diagnose(KXSOUND_DIAG_REFUSED, "master volume %d is refused: it runs from 0 to 100", volume);
+    return E_FAIL;
+  }
+  if (volume > 100) {
+    Diagnose(KXSOUND_DIAG_ADJUSTED, "master volume %d counts as 100", volume);
+    volume = 100;
+  }
   MasterVolume = volume;
+  MasterVolumeSet = true;
   VolumeFactor = static_cast<float>(static_cast<double>(volume) * static_cast<double>(POINT_ZERO_ONE));
   for (SoundEntry* entry = SoundList; entry; entry = entry->NextEntry()) entry->SetVolume(-1);
   return S_OK;
 }
 
 LONG qorSound_GetVolume(int* volume) {
-  if (!SystemInitialized || !volume) return E_FAIL;
+  if (!GateInitialized(__func__)) return E_FAIL;
+  if (!volume) {
+    Diagnose(KXSOUND_DIAG_REFUSED, "qorSound_GetVolume fails: the pointer is null");
+    return E_FAIL;
+  }
+  if (!MasterVolumeSet) {
+    Diagnose(KXSOUND_DIAG_VOLUME_NEVER_SET,
+             "master volume reads %d: qorSound_SetVolume was never called, and the factor in force is %.2f",
+             MasterVolume, static_cast<double>(VolumeFactor));
+  }
   *volume = MasterVolume;
   return S_OK;
 }
 
 LONG qorSound_SetFrequencyFactor(float factor) {
-  if (!SystemInitialized || !SoundEnabled || !(factor >= 0.0f)) return E_FAIL;
+  if (!GateRunning(__func__)) return E_FAIL;
+  if (!(factor >= 0.0f)) {
+    Diagnose(KXSOUND_DIAG_REFUSED, "frequency factor %g is refused: it must be 0 or more", static_cast<double>(factor));
+    return E_FAIL;
+  }
   FrequencyFactor = factor;
   for (SoundEntry* entry = SoundList; entry; entry = entry->NextEntry()) entry->SetFrequency(-1);
   return S_OK;

@@ -5,6 +5,7 @@
 #include "ambient/ambients.h"
 #include "base/catalogue.h"
 #include "core/device.h"
+#include "core/diagnostics.h"
 #include "core/state.h"
 #include "kxEngine.h"
 #include "playback/sound_buffer.h"
@@ -13,6 +14,22 @@
 namespace {
 
 constexpr ULONG OVERLAY_COLOUR = 0xFFFF8040u;
+
+// The frame calls come every frame: a refusal is told once, until a call gets through.
+bool FrameGate(const char* operation, bool& told) {
+  if (SystemInitialized && SoundEnabled) {
+    told = false;
+    return true;
+  }
+  if (!told && DiagnosticsWanted()) {
+    GateRunning(operation);
+    told = true;
+  }
+  return false;
+}
+
+bool UpdateRefusalTold = false;
+bool RenderRefusalTold = false;
 
 void DrawLine(float x, int line, const char* text) {
   qorKernel_DrawDebugText(x, static_cast<float>(line * StatisticScale), OVERLAY_COLOUR, text);
@@ -94,7 +111,7 @@ void SoundEntry::DrawStatistics() {
 }
 
 void qorSound_Update() {
-  if (!SystemInitialized || !SoundEnabled) return;
+  if (!FrameGate(__func__, UpdateRefusalTold)) return;
   ULONG now = qorTimer_GetSystemTick();
   if (now - LastUpdateTick >= UpdateDelay) {
     LastUpdateTick = now;
@@ -144,7 +161,7 @@ void qorSound_Update() {
 }
 
 void qorSound_Render() {
-  if (!SystemInitialized || !SoundEnabled || !ShowStatistic) return;
+  if (!FrameGate(__func__, RenderRefusalTold) || !ShowStatistic) return;
   StatisticsLine = 0;
   for (SoundEntry* entry = SoundList; entry; entry = entry->NextEntry()) entry->DrawStatistics();
   char text[64];

@@ -4,9 +4,11 @@
 #include <cstring>
 
 #include "base/text.h"
+#include "core/diagnostics.h"
 #include "core/state.h"
 #include "core/test_clip.h"
 #include "gaudio/gaudio.h"
+#include "kxEngine.h"
 #include "music/music_state.h"
 #include "win32/resources.h"
 
@@ -34,11 +36,28 @@ bool Loaded() { return SystemInitialized && MP3Sound; }
 
 LONG FromGAudio(int32_t result) { return result == gaudio::ERR_OK ? S_OK : E_FAIL; }
 
+// The result of a call on the sound, told to the sink when the library refused it.
+LONG FromGAudio(int32_t result, const char* operation) {
+  if (result == gaudio::ERR_OK) return S_OK;
+  Diagnose(KXSOUND_DIAG_MUSIC, "the music library refused %s (its result was %d)", operation, result);
+  return E_FAIL;
+}
+
+// The gate of the calls on the loaded sound.
+bool MusicLoaded(const char* operation) {
+  if (!GateInitialized(operation)) return false;
+  if (MP3Sound) return true;
+  Diagnose(KXSOUND_DIAG_MUSIC, "no music is loaded: %s fails", operation);
+  return false;
+}
+
+
 }  // namespace
 
 char* MakeMusicPath(const char* path, char* out, const char* extension) {
   int written;
-  if (std::strchr(path, ':')) {
+  // A drive letter, or a path as a Linux user writes it, is absolute.
+  if (std::strchr(path, ':') || path[0] == '/') {
     written = std::snprintf(out, PATH_BUFFER_SIZE, "%s", path);
   } else {
     written = std::snprintf(out, PATH_BUFFER_SIZE, "%s%s", RootFolder, path[0] == '\\' ? path + 1 : path);
@@ -55,6 +74,27 @@ char* MakeMusicPath(const char* path, char* out, const char* extension) {
   }
   std::strcat(out, extension);
   return out;
+}
+
+void DiagnoseMusicSlashes(const char* path, const char* full, const char* operation) {
+  if (!DiagnosticsWanted() || !std::strchr(path, '/')) return;
+  char shown[PATH_BUFFER_SIZE];
+  DisplayPath(full, shown, sizeof shown);
+  Diagnose(KXSOUND_DIAG_FORWARD_SLASHES, "music path \"%s\" has forward slashes: %s takes it as %s \"%s\"", path,
+           operation, path[0] == '/' ? "the absolute path" : "the path", shown);
+}
+
+void DiagnoseMissingFile(const char* kind, const char* full, const char* refusal) {
+  if (!DiagnosticsWanted()) return;
+  char shown[PATH_BUFFER_SIZE];
+  DisplayPath(full, shown, sizeof shown);
+  HANDLE file = qorCreateFile(full, GENERIC_READ, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) {
+    Diagnose(KXSOUND_DIAG_FILE_NOT_FOUND, "%s \"%s\" is not found", kind, shown);
+    return;
+  }
+  qorCloseHandle(file);
+  Diagnose(KXSOUND_DIAG_MUSIC, "%s \"%s\" is there, but %s", kind, shown, refusal);
 }
 
 void Music_Start() {
@@ -77,7 +117,7 @@ void Music_Stop() {
   if (MP3ListLoaded) {
     qorSound_UnloadMP3List();
   } else {
-    qorSound_UnloadMP3();
+    UnloadMusic();
   }
   if (MP3Sound) MP3Sound->Release();
   MP3Sound = nullptr;
@@ -87,9 +127,17 @@ void Music_Stop() {
   GAudioReady = 0;
 }
 
-LONG qorSound_LoadMP3(const char* path, int flag) {
-  if (!SystemInitialized || !GAudioReady || !GAudioObject || !path) return E_FAIL;
-  if (MP3Sound) qorSound_UnloadMP3();
+LONG LoadMusicFile(const char* path, int flag) {
+  if (!GateInitialized("qorSound_LoadMP3")) return E_FAIL;
+  if (!GAudioReady || !GAudioObject) {
+    Diagnose(KXSOUND_DIAG_MUSIC, "music is unavailable (the music library did not start): qorSound_LoadMP3 fails");
+    return E_FAIL;
+  }
+  if (!path) {
+    Diagnose(KXSOUND_DIAG_REFUSED, "qorSound_LoadMP3 fails: the path is null");
+    return E_FAIL;
+  }
+  if (MP3Sound) UnloadMusic();
   char full[PATH_BUFFER_SIZE];
   MakeMusicPath(path, full, ".mp3");
   std::memset(&FileDescription, 0, sizeof FileDescription);
@@ -99,6 +147,7 @@ LONG qorSound_LoadMP3(const char* path, int flag) {
   FileDescription.Option = MP3_OPTION;
   if (GAudioObject->getSoundClass(gaudio::SOUND_CLASS_STREAM, &FileDescription, &MP3Sound) != gaudio::ERR_OK) {
     MP3Sound = nullptr;
+    DiagnoseMissingFile("music file", full, "the music library refused it (not an MP3 it can play)");
     return E_FAIL;
   }
   if (!MP3ListLoaded) return S_OK;
@@ -106,10 +155,14 @@ LONG qorSound_LoadMP3(const char* path, int flag) {
   NotifyDescription.Size = sizeof NotifyDescription;
   NotifyDescription.Event = GAUDIO_EVENT_END_OF_FILE;
   NotifyDescription.Callback = gaudio::Address32(reinterpret_cast<const void*>(&OnMP3FileFinished));
-  return FromGAudio(MP3Sound->SetNotify(&NotifyDescription, 1));
+  LONG result = FromGAudio(MP3Sound->SetNotify(&NotifyDescription, 1));
+  if (result < 0) {
+    Diagnose(KXSOUND_DIAG_MUSIC, "music file \"%s\" is loaded, but its end will not be reported to the play list", full);
+  }
+  return result;
 }
 
-LONG qorSound_UnloadMP3() {
+LONG UnloadMusic() {
   if (!Loaded()) return E_FAIL;
   MP3FileFinished.store(0, std::memory_order_relaxed);
   MP3Sound->Release();
@@ -117,20 +170,32 @@ LONG qorSound_UnloadMP3() {
   return S_OK;
 }
 
-LONG qorSound_PlayMP3() { return Loaded() ? FromGAudio(MP3Sound->Play()) : E_FAIL; }
+LONG StopMusic() { return Loaded() ? FromGAudio(MP3Sound->Stop()) : E_FAIL; }
 
-LONG qorSound_PauseMP3() { return Loaded() ? FromGAudio(MP3Sound->Pause()) : E_FAIL; }
+LONG qorSound_LoadMP3(const char* path, int flag) {
+  if (path && DiagnosticsWanted()) {
+    char full[PATH_BUFFER_SIZE];
+    DiagnoseMusicSlashes(path, MakeMusicPath(path, full, ".mp3"), __func__);
+  }
+  return LoadMusicFile(path, flag);
+}
 
-LONG qorSound_StopMP3() { return Loaded() ? FromGAudio(MP3Sound->Stop()) : E_FAIL; }
+LONG qorSound_UnloadMP3() { return MusicLoaded(__func__) ? UnloadMusic() : E_FAIL; }
+
+LONG qorSound_PlayMP3() { return MusicLoaded(__func__) ? FromGAudio(MP3Sound->Play(), __func__) : E_FAIL; }
+
+LONG qorSound_PauseMP3() { return MusicLoaded(__func__) ? FromGAudio(MP3Sound->Pause(), __func__) : E_FAIL; }
+
+LONG qorSound_StopMP3() { return MusicLoaded(__func__) ? FromGAudio(MP3Sound->Stop(), __func__) : E_FAIL; }
 
 LONG qorSound_RewindMP3() {
-  if (!Loaded()) return E_FAIL;
-  if (MP3Sound->Stop() != gaudio::ERR_OK) return E_FAIL;
-  return FromGAudio(MP3Sound->Play());
+  if (!MusicLoaded(__func__)) return E_FAIL;
+  if (FromGAudio(MP3Sound->Stop(), __func__) < 0) return E_FAIL;
+  return FromGAudio(MP3Sound->Play(), __func__);
 }
 
 int qorSound_IsMP3FileFinished() {
-  if (!SystemInitialized) return 0;
+  if (!GateInitialized(__func__)) return 0;
   if (!MP3ListLoaded) {
     MP3FileFinished.store(0, std::memory_order_relaxed);
     return 0;
@@ -140,12 +205,19 @@ int qorSound_IsMP3FileFinished() {
 
 LONG qorSound_TestMP3() {
   // After shutdown the flag may stand but the library is gone.
-  if (!GAudioReady || !GAudioObject || !TestClipData) return E_FAIL;
+  if (!GAudioReady || !GAudioObject) {
+    Diagnose(KXSOUND_DIAG_MUSIC, "music is unavailable (the music library did not start): qorSound_TestMP3 fails");
+    return E_FAIL;
+  }
+  if (!TestClipData) {
+    Diagnose(KXSOUND_DIAG_MUSIC, "the module carries no test clip: qorSound_TestMP3 fails");
+    return E_FAIL;
+  }
   if (MP3Sound) {
     if (MP3ListLoaded) {
       qorSound_UnloadMP3List();
     } else {
-      qorSound_StopMP3();
+      StopMusic();
     }
     MP3Sound->Release();
     MP3Sound = nullptr;
@@ -159,6 +231,7 @@ LONG qorSound_TestMP3() {
   description.Option = MP3_OPTION;
   if (GAudioObject->getSoundClass(gaudio::SOUND_CLASS_STREAM, &description, &MP3Sound) != gaudio::ERR_OK) {
     MP3Sound = nullptr;
+    Diagnose(KXSOUND_DIAG_MUSIC, "the music library refused the test clip: qorSound_TestMP3 fails");
     return E_FAIL;
   }
   MP3Sound->Play();
@@ -166,14 +239,18 @@ LONG qorSound_TestMP3() {
 }
 
 LONG qorSound_SetVolumeMP3(int volume) {
-  if (!Loaded()) return E_FAIL;
+  if (!MusicLoaded(__func__)) return E_FAIL;
   MP3Volume = volume;
   MP3Sound->SetVolume(static_cast<float>(volume * 0.01f));
   return S_OK;
 }
 
 LONG qorSound_GetVolumeMP3(int* volume) {
-  if (!SystemInitialized || !volume) return E_FAIL;
+  if (!GateInitialized(__func__)) return E_FAIL;
+  if (!volume) {
+    Diagnose(KXSOUND_DIAG_REFUSED, "qorSound_GetVolumeMP3 fails: the pointer is null");
+    return E_FAIL;
+  }
   *volume = MP3Volume;
   return S_OK;
 }

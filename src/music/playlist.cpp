@@ -5,6 +5,7 @@
 
 #include "base/global_block.h"
 #include "base/named_node.h"
+#include "core/diagnostics.h"
 #include "core/state.h"
 #include "kxEngine.h"
 #include "music/music_state.h"
@@ -27,7 +28,12 @@ uint32_t ListRand() {
   return (ListRandomState >> 16) & 0x7FFFu;
 }
 
-bool ListReady() { return SystemInitialized && MP3ListLoaded; }
+bool ListReady(const char* operation) {
+  if (!GateInitialized(operation)) return false;
+  if (MP3ListLoaded) return true;
+  Diagnose(KXSOUND_DIAG_MUSIC, "no play list is loaded: %s fails", operation);
+  return false;
+}
 
 void DropList() {
   NamedNode* head = MP3List;
@@ -45,14 +51,23 @@ NamedNode* Advance(NamedNode* node, int n) {
 }  // namespace
 
 LONG qorSound_LoadMP3List(const char* path, int wrap) {
-  if (!SystemInitialized || !path) return E_FAIL;
+  if (!GateInitialized(__func__)) return E_FAIL;
+  if (!path) {
+    Diagnose(KXSOUND_DIAG_REFUSED, "qorSound_LoadMP3List fails: the path is null");
+    return E_FAIL;
+  }
   char full[PATH_BUFFER_SIZE];
   MakeMusicPath(path, full, ".m3u");
+  DiagnoseMusicSlashes(path, full, __func__);
   HANDLE file = qorCreateFile(full, GENERIC_READ, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return E_FAIL;
+  if (file == INVALID_HANDLE_VALUE) {
+    DiagnoseMissingFile("play list", full, "it cannot be opened");
+    return E_FAIL;
+  }
   DWORD size = qorGetFileSize(file, nullptr);
   if (size == 0 || size == 0xFFFFFFFFu) {
     qorCloseHandle(file);
+    Diagnose(KXSOUND_DIAG_NOTHING_DONE, "play list \"%s\" is empty: the old list stays (the call succeeds)", full);
     return S_OK;
   }
   // Two zero bytes behind the text, so it always ends.
@@ -62,12 +77,17 @@ LONG qorSound_LoadMP3List(const char* path, int wrap) {
   qorCloseHandle(file);
   if (!text || done < size) {
     FreeGlobalBlock(text);
+    Diagnose(KXSOUND_DIAG_NOTHING_DONE, "play list \"%s\" could not be read whole: the old list stays (the call succeeds)",
+             full);
     return S_OK;
   }
   NamedNode* entries = ParsePlaylist(text, path);
   FreeGlobalBlock(text);
   // A list without one entry is no list: the old one stays.
-  if (!entries) return E_FAIL;
+  if (!entries) {
+    Diagnose(KXSOUND_DIAG_MUSIC, "play list \"%s\" holds no entry: the old list stays", full);
+    return E_FAIL;
+  }
 
   DropList();
   MP3List = entries;
@@ -77,12 +97,12 @@ LONG qorSound_LoadMP3List(const char* path, int wrap) {
   MP3ListRandom = 0;
   MP3ListWrap = wrap;
   MP3FileFinished.store(0, std::memory_order_relaxed);
-  return qorSound_LoadMP3(MP3List->Name, 0);
+  return LoadMusicFile(MP3List->Name, 0);
 }
 
 LONG qorSound_UnloadMP3List() {
-  if (!ListReady()) return E_FAIL;
-  qorSound_StopMP3();
+  if (!ListReady(__func__)) return E_FAIL;
+  StopMusic();
   DropList();
   MP3ListCount = 0;
   MP3ListLoaded = 0;
@@ -94,18 +114,27 @@ LONG qorSound_UnloadMP3List() {
 }
 
 LONG qorSound_GoMP3Index(int index, int flag) {
-  if (!ListReady()) return E_FAIL;
-  if (!MP3ListWrap && index >= MP3ListCount) return qorSound_StopMP3();
+  if (!ListReady(__func__)) return E_FAIL;
+  if (!MP3ListWrap && index >= MP3ListCount) {
+    LONG stopped = StopMusic();
+    Diagnose(stopped < 0 ? KXSOUND_DIAG_MUSIC : KXSOUND_DIAG_ADJUSTED,
+             "index %d is past the %d entries of the play list and wrap is off: the music %s", index, MP3ListCount,
+             stopped < 0 ? "had ended already" : "stops");
+    return stopped;
+  }
   int i = index % MP3ListCount;
   NamedNode* entry = i == 0 ? MP3List : (MP3List->Next ? Advance(MP3List->Next, i - 1) : nullptr);
-  if (!entry) return E_FAIL;
+  if (!entry) {
+    Diagnose(KXSOUND_DIAG_MUSIC, "index %d has no entry in the play list of %d", index, MP3ListCount);
+    return E_FAIL;
+  }
   MP3ListIndex = i;
-  return qorSound_LoadMP3(entry->Name, flag);
+  return LoadMusicFile(entry->Name, flag);
 }
 
 LONG qorSound_NextMP3() {
-  if (!ListReady()) return E_FAIL;
-  qorSound_UnloadMP3();
+  if (!ListReady(__func__)) return E_FAIL;
+  UnloadMusic();
   int next;
   if (!MP3ListRandom) {
     next = MP3ListIndex + 1;
@@ -121,10 +150,13 @@ LONG qorSound_NextMP3() {
   return qorSound_PlayMP3();
 }
 
-LONG qorSound_PrevMP3() { return E_FAIL; }
+LONG qorSound_PrevMP3() {
+  Diagnose(KXSOUND_DIAG_REFUSED, "qorSound_PrevMP3 always fails: a play list only moves forward");
+  return E_FAIL;
+}
 
 LONG qorSound_RandomizeMP3List(int random) {
-  if (!ListReady()) return E_FAIL;
+  if (!ListReady(__func__)) return E_FAIL;
   MP3ListRandom = random;
   if (!random) return S_OK;
   return qorSound_NextMP3();

@@ -1,10 +1,14 @@
 // The one way sample data reaches the device: a PCM wave file becomes a static buffer.
+#include <cstdio>
 #include <cstring>
 #include <new>
 
+#include "base/named_node.h"
+#include "core/diagnostics.h"
 #include "core/state.h"
 #include "dsound/dsound.h"
 #include "playback/sound_buffer.h"
+#include "wave/wave_check.h"
 #include "wave/wave_reader.h"
 
 namespace {
@@ -28,11 +32,7 @@ bool FillBuffer(IDirectSoundBuffer* buffer, WaveReader& reader, DWORD size) {
   return read;
 }
 
-}  // namespace
-
-SoundBuffer* SoundBuffer_LoadFile(const char* path, int is3D) {
-  // Counts attempts, the failed ones too.
-  CountSoundCreated();
+SoundBuffer* LoadFile(const char* path, int is3D) {
   if (!DirectSoundObject || !path) return nullptr;
   WaveReader reader;
   if (reader.Open(path) < 0) return nullptr;
@@ -53,5 +53,37 @@ SoundBuffer* SoundBuffer_LoadFile(const char* path, int is3D) {
   SoundBuffer* buffer = is3D ? new (std::nothrow) SoundBuffer3D(deviceBuffer)
                              : new (std::nothrow) SoundBuffer(deviceBuffer);
   if (!buffer) deviceBuffer->Release();
+  return buffer;
+}
+
+void DiagnoseLoad(const char* path, int is3D, const char* owner) {
+  char shown[PATH_BUFFER_SIZE];
+  DisplayPath(path, shown, sizeof shown);
+  char whose[NAME_SIZE + 16] = "";
+  if (owner) std::snprintf(whose, sizeof whose, " of sound \"%s\"", owner);
+  const char* outcome = owner ? "the sound cannot log in" : "it does not play";
+  WaveCheck check;
+  CheckWaveFile(path, is3D, &check);
+  if (check.Code) {
+    Diagnose(check.Code, "wave file \"%s\"%s %s: %s", shown, whose, check.Why, outcome);
+  } else {
+    Diagnose(KXSOUND_DIAG_FORMAT_REFUSED, "wave file \"%s\"%s could not become a %s buffer (the device refused it): %s",
+             shown, whose, is3D ? "3D" : "2D", outcome);
+  }
+}
+
+}  // namespace
+
+SoundBuffer* SoundBuffer_LoadFile(const char* path, int is3D, const char* owner) {
+  // Counts attempts, the failed ones too.
+  CountSoundCreated();
+  SoundBuffer* buffer = LoadFile(path, is3D);
+  if (!buffer && DiagnosticsWanted()) {
+    if (path) {
+      DiagnoseLoad(path, is3D, owner);
+    } else {
+      Diagnose(KXSOUND_DIAG_REFUSED, "a wave file without path does not load");
+    }
+  }
   return buffer;
 }

@@ -1,8 +1,10 @@
 // Playing catalogue sounds: fire and forget, held streams, redirection, and the
 // preview of a loose file.
+#include <cmath>
 #include <cstring>
 
 #include "base/catalogue.h"
+#include "core/diagnostics.h"
 #include "core/state.h"
 #include "playback/playing.h"
 #include "playback/sound_buffer.h"
@@ -10,12 +12,22 @@
 
 namespace {
 
-bool Running() { return SystemInitialized && SoundEnabled; }
+SoundEntry* SoundHandle(void* sound, const char* operation) {
+  if (!sound) Diagnose(KXSOUND_DIAG_REFUSED, "%s fails: the sound handle is null", operation);
+  return static_cast<SoundEntry*>(sound);
+}
 
 }  // namespace
 
 void StartAtLevel(SoundStream* stream, int command) {
   int level = ScaledPercent(stream->Owner->Volume, stream->VolumeScale, VolumeFactor);
+  if (level < 0 || level > 100) {
+    Diagnose(KXSOUND_DIAG_LEVEL_REFUSED,
+             "sound \"%s\" starts silent: its level %d (Volume %d x VolumeScale %.2f x VolumeFactor %.2f) is outside "
+             "0..100 and the device refuses it",
+             stream->Owner->Name, level, stream->Owner->Volume, static_cast<double>(stream->VolumeScale),
+             static_cast<double>(VolumeFactor));
+  }
   SoundBuffer_SetVolumePercent(stream->Buffer, 0);
   SoundBuffer_SetVolumePercent(stream->Buffer, level);
   SoundBuffer_Command(stream->Buffer, command);
@@ -24,8 +36,9 @@ void StartAtLevel(SoundStream* stream, int command) {
 }
 
 LONG qorSound_PlaySound(void* sound, const void* position, int) {
-  if (!Running() || !sound) return E_FAIL;
-  auto* entry = static_cast<SoundEntry*>(sound);
+  if (!GateRunning(__func__)) return E_FAIL;
+  SoundEntry* entry = SoundHandle(sound, __func__);
+  if (!entry) return E_FAIL;
   const bool spatial = entry->Is3D && Play3DEnabled;
   float where[3];
   if (spatial) {
@@ -33,13 +46,21 @@ LONG qorSound_PlaySound(void* sound, const void* position, int) {
     // Squares are compared, so exactly the maximum distance still plays.
     double dx = where[0] - EarsPosition[0], dy = where[1] - EarsPosition[1], dz = where[2] - EarsPosition[2];
     double limit = static_cast<double>(entry->MaxDistance) * entry->MaxDistance;
-    if (limit < dx * dx + dy * dy + dz * dz) return S_OK;
+    if (limit < dx * dx + dy * dy + dz * dz) {
+      Diagnose(KXSOUND_DIAG_BEYOND_MAX_DISTANCE,
+               "3D sound \"%s\" is not played: it is %.2f from the ears, beyond its MaxDistance %.2f (the call succeeds)",
+               entry->Name, std::sqrt(dx * dx + dy * dy + dz * dz), static_cast<double>(entry->MaxDistance));
+      return S_OK;
+    }
   }
   SoundStream* stream = entry->AcquireStream(entry->SelectFile(-1), nullptr, STREAM_SINGLE, 0);
   if (!stream) return E_FAIL;
   SoundBuffer_SetLooped(stream->Buffer, 0);
   if (SoundLatency != 0) {
     if (SoundLatency > SoundBuffer_GetDurationMs(stream->Buffer)) {
+      Diagnose(KXSOUND_DIAG_NOTHING_DONE,
+               "sound \"%s\" is skipped: SoundLatency %u ms is longer than its clip of %u ms (the call succeeds)",
+               entry->Name, SoundLatency, SoundBuffer_GetDurationMs(stream->Buffer));
       entry->ReleaseStream(stream);
       return S_OK;
     }
@@ -58,15 +79,20 @@ LONG qorSound_PlaySound(void* sound, const void* position, int) {
 }
 
 LONG qorSound_PlaySound(const char* name, const void* position, int unused) {
-  if (!Running()) return E_FAIL;
-  SoundEntry* entry = FindSoundEntry(name, true);
+  if (!GateRunning(__func__)) return E_FAIL;
+  SoundEntry* entry = FindKnownSound(name, true);
   if (!entry) return E_FAIL;
   return qorSound_PlaySound(static_cast<void*>(entry), position, unused);
 }
 
 void* qorSound_QueryStream(void* sound, void** slot, ULONG flags) {
-  if (!Running() || !slot || !sound) return nullptr;
-  auto* entry = static_cast<SoundEntry*>(sound);
+  if (!GateRunning(__func__)) return nullptr;
+  if (!slot) {
+    Diagnose(KXSOUND_DIAG_REFUSED, "qorSound_QueryStream fails: the variable for the handle is null");
+    return nullptr;
+  }
+  SoundEntry* entry = SoundHandle(sound, __func__);
+  if (!entry) return nullptr;
   SoundStream* stream = entry->AcquireStream(entry->SelectFile(-1), slot, STREAM_STOPPED, flags);
   if (!stream) return nullptr;
   // A held stream always has its 3D processing on, whatever the switch says. Set after
@@ -78,15 +104,25 @@ void* qorSound_QueryStream(void* sound, void** slot, ULONG flags) {
 }
 
 void* qorSound_QueryStream(const char* name, void** slot, ULONG flags) {
-  if (!SystemInitialized) return nullptr;
-  SoundEntry* entry = FindSoundEntry(name, true);
+  SoundEntry* entry = FindRunningSound(name, __func__);
   return entry ? qorSound_QueryStream(static_cast<void*>(entry), slot, flags) : nullptr;
 }
 
 void qorSound_ReleaseStream(void* handle) {
-  if (!SystemInitialized) return;
-  SoundStream* stream = LiveStream(handle);
-  if (!stream || stream->State == STREAM_SINGLE) return;
+  if (!GateInitialized(__func__)) return;
+  SoundStream* stream = CheckedStream(handle, __func__);
+  if (!stream) return;
+  if (stream->State == STREAM_SINGLE) {
+    Diagnose(KXSOUND_DIAG_ONE_SHOT_STREAM,
+             "stream %p of sound \"%s\" is a one-shot of qorSound_PlaySound: qorSound_ReleaseStream leaves it playing",
+             handle, stream->Owner->Name);
+    return;
+  }
+  if (stream->State == STREAM_FREE) {
+    Diagnose(KXSOUND_DIAG_RELEASED_STREAM,
+             "stream %p of sound \"%s\" was released already: it is released again and event 2 is sent again", handle,
+             stream->Owner->Name);
+  }
   stream->Owner->ReleaseStream(stream);
 }
 
@@ -95,25 +131,37 @@ HRESULT SoundEntry::SetRedirect(SoundEntry* target) {
     LinkRedirect(nullptr);
     return S_OK;
   }
-  if (target->ResolveRedirect() == this) return E_FAIL;
-  if (Is3D != target->Is3D || Looped != target->Looped) return E_FAIL;
-  if (target->NumFiles == 0) return E_FAIL;
-  if (target->Login() != S_OK) return E_FAIL;
+  const char* why = nullptr;
+  if (target->ResolveRedirect() == this) {
+    why = "the link would close a cycle";
+  } else if (Is3D != target->Is3D) {
+    why = "one is 3D and the other is not";
+  } else if (Looped != target->Looped) {
+    why = "one is looped and the other is not";
+  } else if (target->NumFiles == 0) {
+    why = "the target has no files";
+  } else if (target->Login() != S_OK) {
+    why = "the target cannot log in";
+  }
+  if (why) {
+    Diagnose(KXSOUND_DIAG_REFUSED, "sound \"%s\" cannot redirect to \"%s\": %s", Name, target->Name, why);
+    return E_FAIL;
+  }
   LinkRedirect(target);
   return S_OK;
 }
 
 LONG qorSound_RedirectSound(const char* name, const char* target) {
-  if (!Running()) return E_FAIL;
-  SoundEntry* source = FindSoundEntry(name, false);
+  if (!GateRunning(__func__)) return E_FAIL;
+  SoundEntry* source = FindKnownSound(name, false);
   if (!source) return E_FAIL;
   SoundEntry* to = nullptr;
-  if (target && !(to = FindSoundEntry(target, false))) return E_FAIL;
+  if (target && !(to = FindKnownSound(target, false))) return E_FAIL;
   return source->SetRedirect(to);
 }
 
 LONG qorSound_PlayFile2(const char* path, int loop, QORSOUND_PREVIEW_CALLBACK callback) {
-  if (!SystemInitialized) return E_FAIL;
+  if (!GateInitialized(__func__)) return E_FAIL;
   SoundBuffer_Release(&FilePreviewBuffer);
   if (!path) return S_OK;
   FilePreviewBuffer = SoundBuffer_LoadFile(path, 0);

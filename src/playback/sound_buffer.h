@@ -70,7 +70,8 @@ SoundBuffer* SoundBuffer_Duplicate(SoundBuffer* buffer);
 void SoundBuffer_Release(SoundBuffer** buffer);
 
 // A PCM wave file as a new buffer (SoundBuffer3D when is3D is non-zero); null for every failure.
-SoundBuffer* SoundBuffer_LoadFile(const char* path, int is3D);
+// owner names the sound the file belongs to in a diagnostic; null for a loose file.
+SoundBuffer* SoundBuffer_LoadFile(const char* path, int is3D, const char* owner = nullptr);
 
 // The level laws, exact to the truncation.
 // value × scale × factor in one double product, truncated toward zero.

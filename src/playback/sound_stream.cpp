@@ -1,6 +1,7 @@
 #include "playback/sound_stream.h"
 
 #include "base/sound_entry.h"
+#include "core/diagnostics.h"
 #include "core/state.h"
 #include "playback/sound_buffer.h"
 #include "playback/stream_arena.h"
@@ -15,6 +16,20 @@ static_assert(sizeof(SoundStream) <= STREAM_SLOT_SIZE && alignof(SoundStream) <=
 
 SoundStream* LiveStream(void* handle) {
   return handle && StreamArena_IsLive(handle) ? static_cast<SoundStream*>(handle) : nullptr;
+}
+
+SoundStream* CheckedStream(void* handle, const char* operation) {
+  SoundStream* stream = LiveStream(handle);
+  if (stream) return stream;
+  if (!handle) {
+    Diagnose(KXSOUND_DIAG_DEAD_STREAM, "%s fails: the stream handle is null", operation);
+  } else {
+    Diagnose(KXSOUND_DIAG_DEAD_STREAM,
+             "%s fails: stream %p no longer exists (its sound was logged out or deleted, or it was an extra stream "
+             "that was released)",
+             operation, handle);
+  }
+  return nullptr;
 }
 
 // ---- ChainNode ----

@@ -102,5 +102,7 @@ void NotifyStream(QORSOUND_STREAM_EVENT event, void* first, void* second);
 // Releases a held stream for another holder and tells the host. True when the stream
 // still stands free afterwards, for the host may have taken or destroyed it meanwhile.
 bool StealStream(SoundStream* stream);
+// LiveStream that tells the diagnostics sink of a handle that is null or no longer alive.
+SoundStream* CheckedStream(void* handle, const char* operation);
 
 #endif

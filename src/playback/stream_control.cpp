@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "base/catalogue.h"
+#include "core/diagnostics.h"
 #include "core/state.h"
 #include "playback/playing.h"
 #include "playback/sound_buffer.h"
@@ -18,22 +19,39 @@ constexpr float POINT_ZERO_ONE = 0.01f;
 enum class Refuses { Nothing, OneShots, Unheld };
 
 // The checks every operation makes, in this order: the system, the sound switch
-// where asked, a handle of a living stream, and the streams it refuses.
-SoundStream* Checked(void* handle, bool needsSound, Refuses refuses) {
-  if (!SystemInitialized) return nullptr;
-  if (needsSound && !SoundEnabled) return nullptr;
-  SoundStream* stream = LiveStream(handle);
+// where asked, a handle of a living stream, and the streams it refuses. A call that only
+// reads may ask about a released stream without a word.
+SoundStream* Checked(void* handle, bool needsSound, Refuses refuses, const char* operation, bool readsOnly = false) {
+  if (!(needsSound ? GateRunning(operation) : GateInitialized(operation))) return nullptr;
+  SoundStream* stream = CheckedStream(handle, operation);
   if (!stream) return nullptr;
-  if (refuses != Refuses::Nothing && stream->State == STREAM_SINGLE) return nullptr;
-  if (refuses == Refuses::Unheld && stream->State == STREAM_FREE) return nullptr;
+  if (refuses != Refuses::Nothing && stream->State == STREAM_SINGLE) {
+    Diagnose(KXSOUND_DIAG_ONE_SHOT_STREAM,
+             "%s fails: stream %p of sound \"%s\" is a one-shot of qorSound_PlaySound, which nobody holds", operation,
+             handle, stream->Owner->Name);
+    return nullptr;
+  }
+  if (stream->State == STREAM_FREE) {
+    if (refuses == Refuses::Unheld) {
+      Diagnose(KXSOUND_DIAG_DEAD_STREAM,
+               "%s fails: stream %p of sound \"%s\" was released and is free in its pool, which nobody holds",
+               operation, handle, stream->Owner->Name);
+      return nullptr;
+    }
+    if (!readsOnly) {
+      Diagnose(KXSOUND_DIAG_RELEASED_STREAM,
+               "stream %p of sound \"%s\" was released and is free in its pool: %s acts on it all the same", handle,
+               stream->Owner->Name, operation);
+    }
+  }
   return stream;
 }
 
 // The stream's scale as stored, and the unrounded value the setter itself uses.
 double PercentScale(int percent) { return static_cast<double>(percent) * static_cast<double>(POINT_ZERO_ONE); }
 
-LONG Start(void* handle, int command) {
-  SoundStream* stream = Checked(handle, true, Refuses::Unheld);
+LONG Start(void* handle, int command, const char* operation) {
+  SoundStream* stream = Checked(handle, true, Refuses::Unheld, operation);
   if (!stream) return E_FAIL;
   StartAtLevel(stream, command);
   stream->State = STREAM_PLAYING;
@@ -45,12 +63,12 @@ LONG Start(void* handle, int command) {
 
 }  // namespace
 
-LONG qorSound_PlayStream(void* stream) { return Start(stream, BUFFER_CMD_PLAY); }
+LONG qorSound_PlayStream(void* stream) { return Start(stream, BUFFER_CMD_PLAY, __func__); }
 
-LONG qorSound_ResumeStream(void* stream) { return Start(stream, BUFFER_CMD_RESUME); }
+LONG qorSound_ResumeStream(void* stream) { return Start(stream, BUFFER_CMD_RESUME, __func__); }
 
 LONG qorSound_StopStream(void* handle) {
-  SoundStream* stream = Checked(handle, false, Refuses::Unheld);
+  SoundStream* stream = Checked(handle, false, Refuses::Unheld, __func__);
   if (!stream) return E_FAIL;
   stream->Stop();
   NotifyStream(STREAM_EVENT_CHANGED, stream, nullptr);
@@ -58,7 +76,7 @@ LONG qorSound_StopStream(void* handle) {
 }
 
 LONG qorSound_PauseStream(void* handle) {
-  SoundStream* stream = Checked(handle, false, Refuses::Unheld);
+  SoundStream* stream = Checked(handle, false, Refuses::Unheld, __func__);
   if (!stream) return E_FAIL;
   SoundBuffer_Command(stream->Buffer, BUFFER_CMD_PAUSE);
   stream->State = STREAM_PAUSED;
@@ -68,21 +86,21 @@ LONG qorSound_PauseStream(void* handle) {
 }
 
 LONG qorSound_RewindStream(void* handle) {
-  SoundStream* stream = Checked(handle, false, Refuses::OneShots);
+  SoundStream* stream = Checked(handle, false, Refuses::OneShots, __func__);
   if (!stream) return E_FAIL;
   SoundBuffer_Command(stream->Buffer, BUFFER_CMD_REWIND);
   return S_OK;
 }
 
 LONG qorSound_SetStreamProgress(void* handle, int percent) {
-  SoundStream* stream = Checked(handle, false, Refuses::OneShots);
+  SoundStream* stream = Checked(handle, false, Refuses::OneShots, __func__);
   if (!stream) return E_FAIL;
   SoundBuffer_SetProgress(stream->Buffer, static_cast<uint32_t>(percent));
   return S_OK;
 }
 
 LONG qorSound_SetStreamPosition(void* handle, const void* position) {
-  SoundStream* stream = Checked(handle, false, Refuses::OneShots);
+  SoundStream* stream = Checked(handle, false, Refuses::OneShots, __func__);
   if (!stream || !position) return E_FAIL;
   SoundBuffer_SetPosition(stream->Buffer, static_cast<const float*>(position));
   std::memcpy(stream->LastPosition, position, sizeof stream->LastPosition);
@@ -90,21 +108,21 @@ LONG qorSound_SetStreamPosition(void* handle, const void* position) {
 }
 
 LONG qorSound_SetStreamVelocity(void* handle, const void* velocity) {
-  SoundStream* stream = Checked(handle, false, Refuses::OneShots);
+  SoundStream* stream = Checked(handle, false, Refuses::OneShots, __func__);
   if (!stream || !velocity) return E_FAIL;
   SoundBuffer_SetVelocity(stream->Buffer, static_cast<const float*>(velocity));
   return S_OK;
 }
 
 LONG qorSound_GetStreamPosition(void* handle, void* position) {
-  SoundStream* stream = Checked(handle, false, Refuses::Nothing);
+  SoundStream* stream = Checked(handle, false, Refuses::Nothing, __func__, true);
   if (!stream || !position) return E_FAIL;
   SoundBuffer_GetPosition(stream->Buffer, static_cast<float*>(position));
   return S_OK;
 }
 
 LONG qorSound_GetStreamFile(void* handle, char* name) {
-  SoundStream* stream = Checked(handle, false, Refuses::Nothing);
+  SoundStream* stream = Checked(handle, false, Refuses::Nothing, __func__, true);
   if (!stream || !name) return E_FAIL;
   const SoundEntry* owner = stream->Owner;
   // The list may have been emptied while the sound stayed logged in.
@@ -122,7 +140,7 @@ LONG qorSound_GetStreamFile(void* handle, char* name) {
 }
 
 LONG qorSound_GetStreamState(void* handle, char* state) {
-  SoundStream* stream = Checked(handle, false, Refuses::Nothing);
+  SoundStream* stream = Checked(handle, false, Refuses::Nothing, __func__, true);
   if (!stream || !state) return E_FAIL;
   static const char* const TEXTS[] = {"[free]", "[single]", "[stopped]", "[playing]", "[paused]"};
   const char* text = stream->State >= STREAM_FREE && stream->State <= STREAM_PAUSED ? TEXTS[stream->State] : "[???]";
@@ -131,15 +149,22 @@ LONG qorSound_GetStreamState(void* handle, char* state) {
 }
 
 LONG qorSound_SetStreamVolume(void* handle, int percent) {
-  SoundStream* stream = Checked(handle, false, Refuses::Nothing);
+  SoundStream* stream = Checked(handle, false, Refuses::Nothing, __func__);
   if (!stream) return E_FAIL;
   stream->VolumeScale = static_cast<float>(PercentScale(percent));
-  SoundBuffer_SetVolumePercent(stream->Buffer, ScaledPercent(stream->Owner->Volume, PercentScale(percent), VolumeFactor));
+  int level = ScaledPercent(stream->Owner->Volume, PercentScale(percent), VolumeFactor);
+  if (level < 0 || level > 100) {
+    Diagnose(KXSOUND_DIAG_LEVEL_REFUSED,
+             "stream volume %d%% of sound \"%s\" gives level %d, outside 0..100: the device refuses it and the stream "
+             "keeps the level it had",
+             percent, stream->Owner->Name, level);
+  }
+  SoundBuffer_SetVolumePercent(stream->Buffer, level);
   return S_OK;
 }
 
 LONG qorSound_SetStreamVolume2(void* handle, int percent) {
-  SoundStream* stream = Checked(handle, false, Refuses::Nothing);
+  SoundStream* stream = Checked(handle, false, Refuses::Nothing, __func__);
   if (!stream) return E_FAIL;
   stream->VolumeScale = static_cast<float>(PercentScale(percent));
   double raised = (LogarithmicVolume(percent) + 10000.0) * static_cast<double>(VolumeFactor) - 10000.0;
@@ -148,7 +173,7 @@ LONG qorSound_SetStreamVolume2(void* handle, int percent) {
 }
 
 LONG qorSound_SetStreamFrequency(void* handle, int percent) {
-  SoundStream* stream = Checked(handle, false, Refuses::Nothing);
+  SoundStream* stream = Checked(handle, false, Refuses::Nothing, __func__);
   if (!stream) return E_FAIL;
   stream->FrequencyScale = static_cast<float>(PercentScale(percent));
   SoundBuffer_SetFrequencyPercent(stream->Buffer,
@@ -157,11 +182,11 @@ LONG qorSound_SetStreamFrequency(void* handle, int percent) {
 }
 
 void qorSound_Enable3D(void* handle, int enable) {
-  if (SoundStream* stream = Checked(handle, false, Refuses::Nothing)) SoundBuffer_Enable3D(stream->Buffer, enable);
+  if (SoundStream* stream = Checked(handle, false, Refuses::Nothing, __func__)) SoundBuffer_Enable3D(stream->Buffer, enable);
 }
 
 LONG qorSound_Pause3DSounds() {
-  if (!SystemInitialized || !SoundEnabled) return E_FAIL;
+  if (!GateRunning(__func__)) return E_FAIL;
   for (SoundEntry* entry = SoundList; entry; entry = entry->NextEntry()) {
     if (entry->Is3D) entry->Pause3DStreams();
   }
@@ -169,7 +194,7 @@ LONG qorSound_Pause3DSounds() {
 }
 
 LONG qorSound_Resume3DSounds() {
-  if (!SystemInitialized || !SoundEnabled) return E_FAIL;
+  if (!GateRunning(__func__)) return E_FAIL;
   for (SoundEntry* entry = SoundList; entry; entry = entry->NextEntry()) {
     if (entry->Is3D) entry->Resume3DStreams();
   }

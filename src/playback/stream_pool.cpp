@@ -6,6 +6,7 @@
 #include "base/catalogue.h"
 #include "base/file_list.h"
 #include "base/global_block.h"
+#include "core/diagnostics.h"
 #include "core/state.h"
 #include "kxEngine.h"
 #include "playback/sound_buffer.h"
@@ -17,16 +18,52 @@ int StreamPercent(const SoundEntry* entry, const SoundStream* stream) {
   return ScaledPercent(entry->Volume, stream->VolumeScale, VolumeFactor);
 }
 
+// Acquisition found no stream in the chain of a file: say what holds them.
+void DiagnoseNoStream(const SoundEntry* entry, int fileIndex, void** slot) {
+  if (!DiagnosticsWanted()) return;
+  const char* path = entry->Files ? entry->Files[entry->EnabledFileIndex(fileIndex)].Path : "";
+  int streams = 0, held = 0;
+  for (SoundStream* stream = entry->StreamChains[fileIndex]; stream; stream = stream->ChainNext) {
+    ++streams;
+    if (stream->State != STREAM_FREE && stream->State != STREAM_SINGLE) ++held;
+  }
+  if (streams == 0) {
+    Diagnose(KXSOUND_DIAG_NO_FREE_STREAM, "sound \"%s\" has no stream for file \"%s\" (NumStreams is %d)", entry->Name,
+             path, entry->NumStreams);
+  } else if (!slot) {
+    Diagnose(KXSOUND_DIAG_NO_FREE_STREAM,
+             "no stream of sound \"%s\" is free for file \"%s\": all %d are held, and a one-shot never takes a held "
+             "stream",
+             entry->Name, path, held);
+  } else {
+    Diagnose(KXSOUND_DIAG_NO_FREE_STREAM,
+             "no stream of sound \"%s\" is free for file \"%s\": all %d are held and none is stealable", entry->Name,
+             path, held);
+  }
+}
+
 }  // namespace
 
 HRESULT SoundEntry::Login() {
   if (StreamChains) return S_OK;
-  if (NumStreams > MAX_STREAMS_PER_FILE) NumStreams = MAX_STREAMS_PER_FILE;
+  if (NumStreams > MAX_STREAMS_PER_FILE) {
+    Diagnose(KXSOUND_DIAG_ADJUSTED, "sound \"%s\" asks for %d streams a file: login makes %d", Name, NumStreams,
+             MAX_STREAMS_PER_FILE);
+    NumStreams = MAX_STREAMS_PER_FILE;
+  }
   NumLoadedFiles = 0;
   for (int i = 0; i < NumFiles; ++i) {
     if (Files[i].Enabled) NumLoadedFiles++;
   }
-  if (NumLoadedFiles == 0) return E_FAIL;
+  if (NumLoadedFiles == 0) {
+    if (NumFiles == 0) {
+      Diagnose(KXSOUND_DIAG_NO_ENABLED_FILE, "sound \"%s\" has no files: it cannot log in or play", Name);
+    } else {
+      Diagnose(KXSOUND_DIAG_NO_ENABLED_FILE, "sound \"%s\" has %d file%s and none is enabled: it cannot log in or play",
+               Name, NumFiles, NumFiles == 1 ? "" : "s");
+    }
+    return E_FAIL;
+  }
   StreamChains = static_cast<SoundStream**>(AllocGlobalBlock(sizeof(SoundStream*) * NumLoadedFiles));
   if (!StreamChains) return E_FAIL;
   if (NumStreams == 0) return S_OK;
@@ -87,8 +124,13 @@ int SoundEntry::EnabledFileIndex(int i) const {
 SoundStream* SoundEntry::LoadStream(int i) {
   if (!Files) return nullptr;
   char path[PATH_BUFFER_SIZE];
-  if (!ResolveSoundPath(Files[EnabledFileIndex(i)].Path, path)) return nullptr;
-  SoundBuffer* buffer = SoundBuffer_LoadFile(path, Is3D);
+  const char* stored = Files[EnabledFileIndex(i)].Path;
+  if (!ResolveSoundPath(stored, path)) {
+    Diagnose(KXSOUND_DIAG_FILE_NOT_FOUND, "sound \"%s\": file \"%s\" does not fit beside the root folder \"%s\"",
+             Name, stored, RootFolder);
+    return nullptr;
+  }
+  SoundBuffer* buffer = SoundBuffer_LoadFile(path, Is3D, Name);
   if (!buffer) return nullptr;
   auto* stream = new (std::nothrow) SoundStream(this, i, buffer);
   if (!stream) {
@@ -117,8 +159,14 @@ SoundStream* SoundEntry::DuplicateStream(int i) {
 
 SoundStream* SoundEntry::AcquireStream(int fileIndex, void** slot, int state, uint32_t flags, SoundStream* self) {
   if (!StreamChains && Login() != S_OK) return nullptr;
-  if (!Files) return nullptr;
-  if ((flags & STREAM_FLAG_STEALABLE) && (flags & STREAM_FLAG_EXTRA)) return nullptr;
+  if (!Files) {
+    Diagnose(KXSOUND_DIAG_NO_ENABLED_FILE, "sound \"%s\" lost its files while logged in: it cannot play", Name);
+    return nullptr;
+  }
+  if ((flags & STREAM_FLAG_STEALABLE) && (flags & STREAM_FLAG_EXTRA)) {
+    Diagnose(KXSOUND_DIAG_REFUSED, "flags 3 for sound \"%s\" are refused: a stream is stealable or extra, not both", Name);
+    return nullptr;
+  }
   auto clamp = [this](int index) { return index < 0 ? 0 : (index >= NumLoadedFiles ? NumLoadedFiles - 1 : index); };
   fileIndex = clamp(fileIndex);
 
@@ -141,13 +189,19 @@ SoundStream* SoundEntry::AcquireStream(int fileIndex, void** slot, int state, ui
       if (chosen->State != STREAM_FREE && !ReleaseStream(chosen)) return nullptr;
     } else {
       // Only a holder may take a held stream, and only one marked stealable.
-      if (!slot || !StreamChains[fileIndex]) return nullptr;
+      if (!slot || !StreamChains[fileIndex]) {
+        DiagnoseNoStream(this, fileIndex, slot);
+        return nullptr;
+      }
       for (SoundStream* stream = StreamChains[fileIndex]; stream; stream = stream->ChainNext) {
         if ((stream->Flags & STREAM_FLAG_STEALABLE) && (!chosen || stream->StartTick < chosen->StartTick)) {
           chosen = stream;
         }
       }
-      if (!chosen) return nullptr;
+      if (!chosen) {
+        DiagnoseNoStream(this, fileIndex, slot);
+        return nullptr;
+      }
       if (chosen == self) return self;
       if (!StealStream(chosen)) return nullptr;
     }
@@ -222,28 +276,38 @@ void SoundEntry::Resume3DStreams() {
 
 namespace {
 
-SoundEntry* ByHandle(void* sound) { return SystemInitialized ? static_cast<SoundEntry*>(sound) : nullptr; }
+SoundEntry* ByHandle(void* sound, const char* operation) {
+  if (!GateInitialized(operation)) return nullptr;
+  if (!sound) Diagnose(KXSOUND_DIAG_REFUSED, "%s fails: the sound handle is null", operation);
+  return static_cast<SoundEntry*>(sound);
+}
+
+LONG Logout(SoundEntry* entry) {
+  if (entry->Logout() == S_OK) return S_OK;
+  Diagnose(KXSOUND_DIAG_REFUSED, "sound \"%s\" is not logged in: there is nothing to log out", entry->Name);
+  return E_FAIL;
+}
 
 }  // namespace
 
 LONG qorSound_LoginSound(const char* name) {
-  SoundEntry* entry = FindRunningSound(name);
+  SoundEntry* entry = FindRunningSound(name, __func__);
   return entry ? entry->Login() : E_FAIL;
 }
 
 LONG qorSound_LoginSound(void* sound) {
-  SoundEntry* entry = ByHandle(sound);
+  SoundEntry* entry = ByHandle(sound, __func__);
   return entry ? entry->Login() : E_FAIL;
 }
 
 LONG qorSound_PreloadSound(const char* name) { return qorSound_LoginSound(name); }
 
 LONG qorSound_LogoutSound(const char* name) {
-  SoundEntry* entry = FindRunningSound(name);
-  return entry ? entry->Logout() : E_FAIL;
+  SoundEntry* entry = FindRunningSound(name, __func__);
+  return entry ? Logout(entry) : E_FAIL;
 }
 
 LONG qorSound_LogoutSound(void* sound) {
-  SoundEntry* entry = ByHandle(sound);
-  return entry ? entry->Logout() : E_FAIL;
+  SoundEntry* entry = ByHandle(sound, __func__);
+  return entry ? Logout(entry) : E_FAIL;
 }

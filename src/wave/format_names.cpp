@@ -1,7 +1,9 @@
 // Display names of wave format tags.
 #include <cstring>
 
+#include "core/diagnostics.h"
 #include "core/state.h"
+#include "wave/format_names.h"
 
 namespace {
 
@@ -76,14 +78,15 @@ static_assert(sizeof FORMAT_NAMES / sizeof FORMAT_NAMES[0] == 60, "sixty known t
 
 }  // namespace
 
-void qorSound_WaveFormatStr(ULONG tag, char* name) {
-  if (!SystemInitialized || !name) return;
-  const char* found = "UNKNOWN";
+const char* WaveFormatName(uint32_t tag) {
   for (const FormatName& entry : FORMAT_NAMES) {
-    if (entry.Tag == tag) {
-      found = entry.Name;
-      break;
-    }
+    if (entry.Tag == tag) return entry.Name;
   }
+  return "UNKNOWN";
+}
+
+void qorSound_WaveFormatStr(ULONG tag, char* name) {
+  if (!GateInitialized(__func__) || !name) return;
+  const char* found = WaveFormatName(tag);
   std::memcpy(name, found, std::strlen(found) + 1);
 }

@@ -202,4 +202,26 @@ TEST_F(PlayPath, PlaysOfLoggedInSoundsAllocateNothingAndReadNoFile) {
   Round(true);
 }
 
+// A host that listens to the diagnostics changes nothing of that, even when a play is
+// dropped and told: the sentence is made on the stack.
+int g_diagnostics = 0;
+void CountDiagnostic(int, const char*, void*) { ++g_diagnostics; }
+
+TEST_F(PlayPath, WithADiagnosticsSinkTooAndWhenAPlayIsTold) {
+  kxSound_SetDiagnosticSink(CountDiagnostic, nullptr);
+  Round(false);
+  Round(true);
+  EXPECT_EQ(g_diagnostics, 0) << "plays that go well are not told";
+  const float far[3] = {3000, 0, 4000};
+  LONG result;
+  {
+    Watch watch;
+    result = qorSound_PlaySound(step, far, 0);
+  }
+  kxSound_SetDiagnosticSink(nullptr, nullptr);
+  EXPECT_EQ(result, S_OK);
+  EXPECT_EQ(g_diagnostics, 1);
+  Check(true);
+}
+
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include "base/file_list.h"
 #include "module_fixture.h"
+#include "wave_file.h"
 
 namespace {
 
@@ -96,6 +97,18 @@ TEST_F(FileList, StoredPathsResolveAgainstTheRootUnlessAbsolute) {
   EXPECT_EQ(std::string(full), root.path() + "door.wav");
   ResolveSoundPath("c:\\door.wav", full);
   EXPECT_STREQ(full, "c:\\door.wav");
+  ResolveSoundPath("/home/me/door.wav", full);
+  EXPECT_STREQ(full, "/home/me/door.wav");
+}
+
+TEST_F(FileList, AnAbsoluteLinuxPathPlaysFromOutsideTheRoot) {
+  TempDir elsewhere;
+  WaveShape shape;
+  shape.Data = Tone(440, 0.1, 22050, 1, 16, 0.5);
+  std::string path = WriteWave(elsewhere, "Door.wav", shape);
+  ASSERT_LT(path.size(), 63u) << "a file record holds 62 characters";
+  ASSERT_EQ(Add(path.c_str()), S_OK);
+  EXPECT_EQ(qorSound_LoginSound("s"), S_OK);
 }
 
 }  // namespace

@@ -23,6 +23,7 @@ TEST(MusicPath, RootLowerCaseAndExtension) {
   EXPECT_EQ(Path("D:\\Music\\Song"), "d:\\music\\song.mp3");
   EXPECT_EQ(Path("a.mp3.bak"), "c:\\game\\a.mp3.bak");
   EXPECT_EQ(Path("list", nullptr), "c:\\game\\list");
+  EXPECT_EQ(Path("/Home/Music/Song"), "/home/music/song.mp3") << "absolute as a Linux user writes it";
   EXPECT_EQ(Path(std::string(300, 'x').c_str()), "") << "too long for the buffer: nothing opens";
   EXPECT_EQ(Path(std::string(244, 'x').c_str()), "") << "no room for the extension";
   RootFolder[0] = 0;
@@ -45,6 +46,10 @@ TEST(PlaylistText, LinesCommentsAndTheFolderPrefix) {
   EXPECT_EQ(Entries("e:\\one", "list"), (std::vector<std::string>{"e:\\one"}));
   EXPECT_EQ(Entries("one", "d:\\lists\\a.m3u"), (std::vector<std::string>{"d:\\one"}));
   EXPECT_TRUE(Entries("#only\r\n#comments\n\n", "a.m3u").empty());
+  EXPECT_EQ(Entries("\xEF\xBB\xBFone\r\ntwo", "x/y.m3u"), (std::vector<std::string>{"x/one", "x/two"}))
+      << "a byte-order mark is no part of the first entry";
+  EXPECT_EQ(Entries("/music/a.mp3\nb.mp3", "lists\\x.m3u"), (std::vector<std::string>{"/music/a.mp3", "lists\\b.mp3"}))
+      << "an absolute entry takes no folder";
   EXPECT_TRUE(Entries("", "a.m3u").empty());
 }
 

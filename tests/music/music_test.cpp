@@ -152,6 +152,22 @@ TEST_F(Playlist, BadListsLeaveTheOldOne) {
   EXPECT_EQ(MP3ListLoaded, 0);
 }
 
+TEST_F(Playlist, ListsAsLinuxEditorsWriteThem) {
+  // A byte-order mark in front, absolute paths, and an absolute path to the list itself.
+  root.write("music/bom.m3u", "\xEF\xBB\xBFsong1\n");
+  ASSERT_EQ(qorSound_LoadMP3List("music\\bom", 0), S_OK);
+  EXPECT_STREQ(MP3List->Name, "music\\song1");
+  ASSERT_NE(MP3Sound, nullptr) << "the first entry loads";
+  ASSERT_EQ(qorSound_PlayMP3(), S_OK);
+  EXPECT_NEAR(Listen(200, 1).Hz(0.05, 0.15), 550, 10);
+
+  root.write("music/absolute.m3u", root.path() + "music/song2.mp3\n");
+  ASSERT_EQ(qorSound_LoadMP3List((root.path() + "music/absolute.m3u").c_str(), 0), S_OK);
+  ASSERT_NE(MP3Sound, nullptr);
+  ASSERT_EQ(qorSound_PlayMP3(), S_OK);
+  EXPECT_NEAR(Listen(200, 1).Hz(0.05, 0.15), 880, 10);
+}
+
 TEST_F(Music, RefusedFilesLeaveNoSound) {
   ASSERT_EQ(qorSound_TestMP3(), S_OK);
   root.write("junk.mp3", std::string(5000, 'j'));

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <vector>
 
-#include "module_seam.h"
+#include "kxSound.h"
 
 namespace diagnostics {
 namespace {
@@ -18,9 +18,8 @@ std::string g_lastFailure;
 
 // Diagnostics of calls that succeed all the same (a 3D play dropped beyond its maximum
 // distance, a path with forward slashes, a level stored but not heard, a master volume read
-// before it was set, a frame that does not move) are no failures of a scene. kxSound.h names
-// their codes; until the tool is built against those names every diagnostic counts.
-bool IsFailure(int) { return true; }
+// before it was set, a frame that does not move) are no failures of a scene.
+bool IsFailure(int code) { return code < KXSOUND_DIAG_NOTICE; }
 
 void Emit(const std::string& text) {
   std::string line = "kxsound: " + (g_place.empty() ? text : g_place + ": " + text);
@@ -46,13 +45,11 @@ void Start(bool print, bool watch) {
   g_print = print;
   g_failures = 0;
   g_lastFailure.clear();
-  ModuleDiagnostics module = FindModuleDiagnostics();
-  if (module.SetSink) module.SetSink(print || watch ? OnDiagnostic : nullptr, nullptr);
+  kxSound_SetDiagnosticSink(print || watch ? OnDiagnostic : nullptr, nullptr);
 }
 
 void Stop() {
-  ModuleDiagnostics module = FindModuleDiagnostics();
-  if (module.SetSink) module.SetSink(nullptr, nullptr);
+  kxSound_SetDiagnosticSink(nullptr, nullptr);
   Release();
   g_print = false;
 }

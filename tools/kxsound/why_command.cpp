@@ -6,22 +6,16 @@
 #include "kxEngine.h"
 #include "kxHost.h"
 #include "kxSound.h"
-#include "module_seam.h"
 
 namespace {
 
 constexpr char kHostGroup[] = "kxsound";
-constexpr char kNoWhy[] = "this kxSound library cannot explain a play (it has no kxSound_Why)";
 
 void PrintToFile(const char* line, void* file) { std::fprintf(static_cast<std::FILE*>(file), "%s\n", line); }
 void PrintToConsole(const char* line, void*) { qorConsole_Print("%s", line); }
 
 int32_t WhyHandler(uint32_t, int, char** argv) {
-  ModuleDiagnostics module = FindModuleDiagnostics();
-  if (module.Why)
-    module.Why(argv[0], PrintToConsole, nullptr);
-  else
-    qorConsole_Print("%s", kNoWhy);
+  kxSound_Why(argv[0], PrintToConsole, nullptr);
   return 0;
 }
 
@@ -33,14 +27,9 @@ void RegisterWhyCommand() {
 }
 
 int RunWhy(const CommonOptions& options) {
-  ModuleDiagnostics module = FindModuleDiagnostics();
-  if (!module.Why) {
-    std::fprintf(stderr, "kxsound: %s\n", kNoWhy);
-    return 1;
-  }
   // As a game would find it right after the start: nothing logged in, nothing playing.
   if (!StartModule(options, 0, "offline")) return 1;
-  int32_t result = module.Why(options.Argument.c_str(), PrintToFile, stdout);
+  int32_t result = kxSound_Why(options.Argument.c_str(), PrintToFile, stdout);
   qorSound_Finalize();
   return result == 0 ? 0 : 1;
 }
