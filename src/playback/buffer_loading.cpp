@@ -37,6 +37,13 @@ SoundBuffer* LoadFile(const char* path, int is3D) {
   WaveReader reader;
   if (reader.Open(path) < 0) return nullptr;
   if (!reader.Format || reader.Format->wFormatTag != WAVE_FORMAT_PCM) return nullptr;
+  // A data chunk that claims more than the file holds would fail its read: it fails before
+  // the buffer it claims is made, so that a small hostile file costs no more than its headers.
+  const LONG start = mmioSeek(reader.Handle, 0, SEEK_CUR_MMIO);
+  const LONG end = mmioSeek(reader.Handle, 0, SEEK_END_MMIO);
+  if (start < 0 || end < start || mmioSeek(reader.Handle, start, SEEK_SET_MMIO) != start ||
+      reader.DataChunk.cksize > static_cast<DWORD>(end - start))
+    return nullptr;
 
   DSBUFFERDESC description = {};
   description.dwSize = DSBUFFERDESC_SIZE;

@@ -1,3 +1,5 @@
+#include <sys/resource.h>
+
 #include <climits>
 
 #include "buffer_fixture.h"
@@ -141,6 +143,17 @@ TEST_F(Buffers, LoadingTakesPcmAsItIsAndCountsEveryAttempt) {
   cut.DataSize = 5000;
   EXPECT_EQ(SoundBuffer_LoadFile(WriteWave(root, "cut.wav", cut).c_str(), 0), nullptr);
   EXPECT_EQ(SoundsCreated(), created + 5);
+
+  // A few bytes that claim 250 MB fail before anything of that size is made.
+  WaveShape hostile;
+  hostile.Data.assign(16, 1);
+  hostile.DataSize = 250u << 20;
+  const std::string path = WriteWave(root, "hostile.wav", hostile);
+  rusage before{}, after{};
+  getrusage(RUSAGE_SELF, &before);
+  EXPECT_EQ(SoundBuffer_LoadFile(path.c_str(), 0), nullptr);
+  getrusage(RUSAGE_SELF, &after);
+  EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 16 * 1024) << "kilobytes of peak memory";
 }
 
 TEST_F(Buffers, APlainBufferIgnoresThe3DCalls) {
