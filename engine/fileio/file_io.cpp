@@ -11,6 +11,7 @@
 #include <unordered_set>
 
 #include "fileio/path_resolve.h"
+#include "fileio/replace_file.h"
 #include "kxEngine.h"
 
 namespace {
@@ -84,21 +85,6 @@ bool isRegularFile(const std::string& path) {
 // read-only file; refuse it as an in-place open would.
 bool mayReplace(const std::string& path) { return access(path.c_str(), F_OK) != 0 || access(path.c_str(), W_OK) == 0; }
 
-// A hidden temp file in the target's folder, so the final rename stays on one file system.
-int createTempBeside(const std::string& target, std::string& tempPath) {
-  std::size_t slash = target.rfind('/');
-  std::string dir = slash == std::string::npos ? std::string() : target.substr(0, slash + 1);
-  std::string base = slash == std::string::npos ? target : target.substr(slash + 1);
-  // Keep the temp name within NAME_MAX even for the longest target names.
-  if (base.size() > 200) base.resize(200);
-  std::string pattern = dir + "." + base + ".kxtmp-XXXXXX";
-  int fd = mkostemp(pattern.data(), O_CLOEXEC);
-  if (fd < 0) return -1;
-  fchmod(fd, 0644);
-  tempPath = pattern;
-  return fd;
-}
-
 // Opens an existing or new file in place. O_NONBLOCK keeps a FIFO from hanging the open.
 int openDirect(const std::string& path, int flags) {
   int fd = open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, 0644);
@@ -126,6 +112,11 @@ KX_EXPORT HANDLE qorCreateFile(const char* path, DWORD access, DWORD share, SECU
   std::string target = kx::resolvePath(path);
   std::string tempPath;
   int fd = -1;
+  if (creation == TRUNCATE_EXISTING || creation == CREATE_ALWAYS) {
+    // A replacement goes to the file a link names, and the link stays.
+    target = kx::followLinks(target);
+    if (target.empty()) return INVALID_HANDLE_VALUE;
+  }
   switch (creation) {
     case CREATE_NEW:
       fd = openDirect(target, mode | O_CREAT | O_EXCL);
@@ -138,11 +129,11 @@ KX_EXPORT HANDLE qorCreateFile(const char* path, DWORD access, DWORD share, SECU
       break;
     case TRUNCATE_EXISTING:
       if (!wantWrite || !isRegularFile(target) || !mayReplace(target)) return INVALID_HANDLE_VALUE;
-      fd = createTempBeside(target, tempPath);
+      fd = kx::createTempBeside(target, tempPath);
       break;
     case CREATE_ALWAYS:
       if (isDirectory(target) || !mayReplace(target)) return INVALID_HANDLE_VALUE;
-      fd = createTempBeside(target, tempPath);
+      fd = kx::createTempBeside(target, tempPath);
       break;
     default:
       return INVALID_HANDLE_VALUE;
@@ -250,12 +241,11 @@ KX_EXPORT BOOL qorCloseHandle(HANDLE file) {
   bool ok = true;
   if (f->tempPath.empty()) {
     ok = close(f->fd) == 0;
+  } else if (f->failed) {
+    kx::discardTemp(f->fd, f->tempPath);
+    ok = false;
   } else {
-    // Flush before the rename so a crash never leaves a truncated file under the real name.
-    ok = !f->failed && fsync(f->fd) == 0;
-    ok = close(f->fd) == 0 && ok;
-    ok = ok && rename(f->tempPath.c_str(), f->targetPath.c_str()) == 0;
-    if (!ok) unlink(f->tempPath.c_str());
+    ok = kx::commitTemp(f->fd, f->tempPath, f->targetPath);
   }
   delete f;
   return ok ? TRUE : FALSE;
