@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <unordered_set>
@@ -26,11 +27,22 @@ struct FileHandle {
   std::string targetPath;
   // Read-ahead, so the many small reads of a structured file cost few system calls.
   // Writes are not buffered: a failed write must be reported by the call that made it.
-  std::string readAhead;
+  std::unique_ptr<char[]> readAhead;  // made at the first small read, never zeroed
+  size_t readAheadCapacity = 0;
+  size_t readAheadUsed = 0;
   size_t readPos = 0;
 };
 
 constexpr size_t READ_AHEAD = 64 * 1024;
+constexpr size_t READ_AHEAD_MIN = 4 * 1024;
+
+// As much as the file still holds, within bounds: a small file costs a small buffer.
+size_t readAheadFor(int fd) {
+  struct stat st;
+  off_t at = lseek(fd, 0, SEEK_CUR);
+  size_t left = fstat(fd, &st) == 0 && at >= 0 && st.st_size > at ? static_cast<size_t>(st.st_size - at) : 0;
+  return left < READ_AHEAD_MIN ? READ_AHEAD_MIN : left > READ_AHEAD ? READ_AHEAD : left;
+}
 
 // Reads straight from the descriptor; -1 on error, else the bytes read (short only at the end).
 ssize_t readFully(int fd, char* p, size_t count) {
@@ -163,14 +175,18 @@ KX_EXPORT BOOL qorReadFile(HANDLE file, void* buffer, DWORD count, DWORD* done, 
   }
   // What is left of the read-ahead first, then either a direct read for a large
   // request or one refill for a small one.
-  size_t buffered = f->readAhead.size() - f->readPos;
+  size_t buffered = f->readAheadUsed - f->readPos;
   size_t take = buffered < count ? buffered : count;
-  if (take) std::memcpy(p, f->readAhead.data() + f->readPos, take);
+  if (take) std::memcpy(p, f->readAhead.get() + f->readPos, take);
   f->readPos += take;
   total += take;
   if (total < count) {
     size_t want = count - total;
-    if (want >= READ_AHEAD) {
+    if (!f->readAhead && want < READ_AHEAD) {
+      f->readAheadCapacity = readAheadFor(f->fd);
+      f->readAhead.reset(new char[f->readAheadCapacity]);
+    }
+    if (want >= f->readAheadCapacity) {
       ssize_t n = readFully(f->fd, p + total, want);
       if (n < 0) {
         if (done) *done = static_cast<DWORD>(total);
@@ -178,16 +194,15 @@ KX_EXPORT BOOL qorReadFile(HANDLE file, void* buffer, DWORD count, DWORD* done, 
       }
       total += static_cast<size_t>(n);
     } else {
-      f->readAhead.resize(READ_AHEAD);
-      ssize_t n = readFully(f->fd, f->readAhead.data(), READ_AHEAD);
-      f->readAhead.resize(n < 0 ? 0 : static_cast<size_t>(n));
+      ssize_t n = readFully(f->fd, f->readAhead.get(), f->readAheadCapacity);
+      f->readAheadUsed = n < 0 ? 0 : static_cast<size_t>(n);
       f->readPos = 0;
       if (n < 0) {
         if (done) *done = static_cast<DWORD>(total);
         return FALSE;
       }
-      size_t more = f->readAhead.size() < want ? f->readAhead.size() : want;
-      std::memcpy(p + total, f->readAhead.data(), more);
+      size_t more = f->readAheadUsed < want ? f->readAheadUsed : want;
+      std::memcpy(p + total, f->readAhead.get(), more);
       f->readPos = more;
       total += more;
     }
