@@ -166,8 +166,12 @@ TEST_F(DamagedBaseFile, HostileFieldsAreRefusedOrKeptInsideTheirFields) {
     std::vector<uint8_t> bytes = good.Bytes;
     std::copy(attack.Bytes.begin(), attack.Bytes.end(), bytes.begin() + static_cast<long>(attack.At));
     LONG result = Load(bytes);
-    if (attack.Refused != ANY) EXPECT_EQ(result, attack.Refused ? E_FAIL : S_OK) << attack.What;
-    if (attack.Sounds != ANY) EXPECT_EQ(Sounds(), attack.Sounds) << attack.What;
+    if (attack.Refused != ANY) {
+      EXPECT_EQ(result, attack.Refused ? E_FAIL : S_OK) << attack.What;
+    }
+    if (attack.Sounds != ANY) {
+      EXPECT_EQ(Sounds(), attack.Sounds) << attack.What;
+    }
     ExpectStableRoundTrip(attack.What);
   }
 }
