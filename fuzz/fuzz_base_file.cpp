@@ -16,6 +16,8 @@ namespace {
 
 constexpr size_t HEADER = 10240, NAME = 256, RECORD = 10240, FILE_RECORD = 64;
 constexpr size_t SHORT_NAME = 32, SHORT_RECORD = 48;  // what of a block is read; the rest is reserved
+// Each sound grows to 10 KB on the way: a few are enough to reach every path of the reader.
+constexpr int MAX_COMPACT_SOUNDS = 6;
 
 std::string Path;
 // Saved files whose round trip has been checked: a second look at the same bytes is spared.
@@ -30,10 +32,13 @@ uint32_t Get32(const uint8_t* p) {
 // Inputs that start with 'S' or 'C' get a valid header made from their next eight bytes (sound and
 // page counts), so that the fuzzer spends its time on what follows. 'S' takes the rest as it is;
 // 'C' is compact: the page table, then per sound 32 bytes of name and the 48 read bytes of its
-// record, each padded with zeros to its block, then the comment and file records its counts ask for.
+// record, each padded with zeros to its block, then the comment and file records its counts ask for;
+// the header may promise more sounds than follow.
 std::vector<uint8_t> Expand(const uint8_t* data, size_t size) {
   if (size < 9 || (data[0] != 'S' && data[0] != 'C')) return std::vector<uint8_t>(data, data + size);
-  std::vector<uint8_t> file(HEADER, 0);
+  std::vector<uint8_t> file;
+  file.reserve(HEADER + size + MAX_COMPACT_SOUNDS * (NAME + RECORD));
+  file.resize(HEADER, 0);
   std::memcpy(file.data(), "qorSound File", 14);
   std::memcpy(&file[256], data + 1, 8);
   const uint8_t *p = data + 9, *end = data + size;
@@ -50,7 +55,7 @@ std::vector<uint8_t> Expand(const uint8_t* data, size_t size) {
   const int32_t pages = static_cast<int32_t>(Get32(data + 5));
   const size_t tableBytes = pages > 0 ? std::min<size_t>(static_cast<size_t>(pages) * 16, end - p) : 0;
   take(tableBytes, tableBytes);
-  while (p < end) {
+  for (int sound = 0; sound < MAX_COMPACT_SOUNDS && p < end; ++sound) {
     take(SHORT_NAME, NAME);
     const uint8_t* record = p;
     take(SHORT_RECORD, RECORD);

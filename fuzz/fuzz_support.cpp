@@ -56,15 +56,17 @@ void StartModuleIn(const std::string& root, int toolMode) {
 }
 
 void WriteBytes(const std::string& path, const void* data, size_t size) {
-  int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+  // Written over and then cut, not truncated first: the file keeps the pages it had.
+  int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
   if (fd < 0) std::abort();
   const auto* p = static_cast<const char*>(data);
-  while (size > 0) {
-    ssize_t n = write(fd, p, size);
+  for (size_t left = size; left > 0;) {
+    ssize_t n = write(fd, p, left);
     if (n <= 0) std::abort();
     p += n;
-    size -= static_cast<size_t>(n);
+    left -= static_cast<size_t>(n);
   }
+  if (ftruncate(fd, static_cast<off_t>(size)) != 0) std::abort();
   close(fd);
 }
 
