@@ -1,16 +1,13 @@
 // Arbitrary bytes as a play list: the parser alone with a list path taken from the
 // input, then the whole load and the moves through the list.
-#include <unistd.h>
-
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
-#include <vector>
 
 #include "base/named_node.h"
-#include "fuzz_module.h"
+#include "fuzz_support.h"
+#include "kxSound.h"
 #include "music/playlist_text.h"
 
 namespace {
@@ -20,7 +17,7 @@ std::string Root;
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  Root = StartModuleInTempRoot("list");
+  Root = StartModuleOnce("list", 1);
   return 0;
 }
 
@@ -32,13 +29,23 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string text = cut == std::string::npos ? bytes : bytes.substr(cut + 1);
   listPath = listPath.c_str();  // up to a zero byte, as a caller's string
   NamedNode* list = ParsePlaylist(text.c_str(), listPath.c_str());
-  const size_t prefix = listPath.find_first_of('\\') != std::string::npos ? listPath.find('\\') + 1
-                       : listPath.find('/') != std::string::npos          ? listPath.find('/') + 1
-                                                                          : 0;
-  for (NamedNode* node = list; node; node = node->Next) {
-    // Every entry is terminated inside its name and is no comment line.
-    if (std::memchr(node->Name, 0, NAME_SIZE) == nullptr || node->Name[prefix] == '#') std::abort();
+  const size_t slash = listPath.find('\\') != std::string::npos ? listPath.find('\\') : listPath.find('/');
+  const std::string prefix = slash == std::string::npos ? std::string() : listPath.substr(0, slash + 1);
+  // The entries are the lines that are no comment, in order, each behind the list's folder;
+  // a line too long for a name is left out.
+  const std::string whole = text.c_str();
+  NamedNode* node = list;
+  for (size_t at = 0; at < whole.size();) {
+    size_t end = whole.find_first_of("\r\n", at);
+    if (end == std::string::npos) end = whole.size();
+    const std::string line = whole.substr(at, end - at);
+    at = whole.find_first_not_of("\r\n", end);
+    if (at == std::string::npos) at = whole.size();
+    if (line.empty() || line[0] == '#' || prefix.size() + line.size() >= NAME_SIZE) continue;
+    if (!node || std::memchr(node->Name, 0, NAME_SIZE) == nullptr || node->Name != prefix + line) std::abort();
+    node = node->Next;
   }
+  if (node) std::abort();
   delete list;
 
   WriteBytes(Root + "list.m3u", text.data(), text.size());

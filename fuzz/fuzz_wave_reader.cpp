@@ -1,14 +1,13 @@
 // Arbitrary bytes as a wave file: open, read in pieces, reset, read it all, and look at
-// the format the way callers do. Nothing may read or write out of bounds.
-#include <unistd.h>
-
+// the format the way callers do. Nothing may read or write out of bounds, and a read
+// gives the file's own bytes exactly when they are in the file.
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
 
+#include "fuzz_support.h"
 #include "wave/wave_reader.h"
 
 namespace {
@@ -18,12 +17,13 @@ std::string Path;
 // Reads are bounded by what a caller would allocate: the data size the reader reports,
 // capped so a chunk claiming gigabytes doesn't ask for them.
 constexpr uint32_t MAX_READ = 1u << 20;
+// One buffer for every input: a fresh megabyte per input cost more than the reading.
+std::vector<uint8_t> Out(MAX_READ);
 
 void Consume(WaveReader& reader, uint32_t piece) {
-  std::vector<uint8_t> out(piece);
   uint32_t actual = 0;
   for (int i = 0; i < 64 && reader.DataChunk.cksize; ++i) {
-    if (reader.Read(piece, out.data(), &actual) != S_OK) {
+    if (reader.Read(piece, Out.data(), &actual) != S_OK) {
       if (actual != 0) std::abort();
       return;
     }
@@ -34,18 +34,12 @@ void Consume(WaveReader& reader, uint32_t piece) {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  char pattern[] = "/tmp/kxfuzz-wave-XXXXXX";
-  if (!mkdtemp(pattern)) std::abort();
-  Path = std::string(pattern) + "/input.wav";
+  Path = ScratchFolder("wave") + "input.wav";
   return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  FILE* f = std::fopen(Path.c_str(), "wb");
-  if (!f) std::abort();
-  if (size && std::fwrite(data, 1, size, f) != size) std::abort();
-  std::fclose(f);
-
+  WriteBytes(Path, data, size);
   WaveReader reader;
   if (reader.Open(Path.c_str()) != S_OK) return 0;
   const uint32_t total = reader.DataChunk.cksize;
@@ -59,13 +53,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Consume(reader, 4096);
   if (reader.Reset() != S_OK || reader.DataChunk.cksize != total) std::abort();
   uint32_t whole = total < MAX_READ ? total : MAX_READ;
-  std::vector<uint8_t> out(whole);
   uint32_t actual = 0;
-  LONG result = reader.Read(whole, out.data(), &actual);
+  LONG result = reader.Read(whole, Out.data(), &actual);
   if (result == S_OK ? actual != whole : actual != 0) std::abort();
-  // A read succeeds exactly when it stays inside the file, and gives the file's bytes.
   const uint64_t start = reader.DataChunk.dwDataOffset;
   if ((result == S_OK) != (start + whole <= size)) std::abort();
-  if (result == S_OK && whole && std::memcmp(out.data(), data + start, whole) != 0) std::abort();
+  if (result == S_OK && whole && std::memcmp(Out.data(), data + start, whole) != 0) std::abort();
   return 0;
 }

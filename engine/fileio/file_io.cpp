@@ -6,11 +6,13 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <unordered_set>
 
 #include "fileio/path_resolve.h"
+#include "fileio/replace_file.h"
 #include "kxEngine.h"
 #include "kxSoundWin32.h"
 
@@ -26,11 +28,22 @@ struct FileHandle {
   std::string targetPath;
   // Read-ahead, so the many small reads of a structured file cost few system calls.
   // Writes are not buffered: a failed write must be reported by the call that made it.
-  std::string readAhead;
+  std::unique_ptr<char[]> readAhead;  // made at the first small read, never zeroed
+  size_t readAheadCapacity = 0;
+  size_t readAheadUsed = 0;
   size_t readPos = 0;
 };
 
 constexpr size_t READ_AHEAD = 64 * 1024;
+constexpr size_t READ_AHEAD_MIN = 4 * 1024;
+
+// As much as the file still holds, within bounds: a small file costs a small buffer.
+size_t readAheadFor(int fd) {
+  struct stat st;
+  off_t at = lseek(fd, 0, SEEK_CUR);
+  size_t left = fstat(fd, &st) == 0 && at >= 0 && st.st_size > at ? static_cast<size_t>(st.st_size - at) : 0;
+  return left < READ_AHEAD_MIN ? READ_AHEAD_MIN : left > READ_AHEAD ? READ_AHEAD : left;
+}
 
 // Reads straight from the descriptor; -1 on error, else the bytes read (short only at the end).
 ssize_t readFully(int fd, char* p, size_t count) {
@@ -85,21 +98,6 @@ bool isRegularFile(const std::string& path) {
 // read-only file; refuse it as an in-place open would.
 bool mayReplace(const std::string& path) { return access(path.c_str(), F_OK) != 0 || access(path.c_str(), W_OK) == 0; }
 
-// A hidden temp file in the target's folder, so the final rename stays on one file system.
-int createTempBeside(const std::string& target, std::string& tempPath) {
-  std::size_t slash = target.rfind('/');
-  std::string dir = slash == std::string::npos ? std::string() : target.substr(0, slash + 1);
-  std::string base = slash == std::string::npos ? target : target.substr(slash + 1);
-  // Keep the temp name within NAME_MAX even for the longest target names.
-  if (base.size() > 200) base.resize(200);
-  std::string pattern = dir + "." + base + ".kxtmp-XXXXXX";
-  int fd = mkostemp(pattern.data(), O_CLOEXEC);
-  if (fd < 0) return -1;
-  fchmod(fd, 0644);
-  tempPath = pattern;
-  return fd;
-}
-
 // Opens an existing or new file in place. O_NONBLOCK keeps a FIFO from hanging the open.
 int openDirect(const std::string& path, int flags) {
   int fd = open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, 0644);
@@ -127,6 +125,11 @@ KX_EXPORT HANDLE qorCreateFile(const char* path, DWORD access, DWORD share, SECU
   std::string target = kx::resolvePath(path);
   std::string tempPath;
   int fd = -1;
+  if (creation == TRUNCATE_EXISTING || creation == CREATE_ALWAYS) {
+    // A replacement goes to the file a link names, and the link stays.
+    target = kx::followLinks(target);
+    if (target.empty()) return INVALID_HANDLE_VALUE;
+  }
   switch (creation) {
     case CREATE_NEW:
       fd = openDirect(target, mode | O_CREAT | O_EXCL);
@@ -139,11 +142,11 @@ KX_EXPORT HANDLE qorCreateFile(const char* path, DWORD access, DWORD share, SECU
       break;
     case TRUNCATE_EXISTING:
       if (!wantWrite || !isRegularFile(target) || !mayReplace(target)) return INVALID_HANDLE_VALUE;
-      fd = createTempBeside(target, tempPath);
+      fd = kx::createTempBeside(target, tempPath);
       break;
     case CREATE_ALWAYS:
       if (isDirectory(target) || !mayReplace(target)) return INVALID_HANDLE_VALUE;
-      fd = createTempBeside(target, tempPath);
+      fd = kx::createTempBeside(target, tempPath);
       break;
     default:
       return INVALID_HANDLE_VALUE;
@@ -173,14 +176,18 @@ KX_EXPORT BOOL qorReadFile(HANDLE file, void* buffer, DWORD count, DWORD* done, 
   }
   // What is left of the read-ahead first, then either a direct read for a large
   // request or one refill for a small one.
-  size_t buffered = f->readAhead.size() - f->readPos;
+  size_t buffered = f->readAheadUsed - f->readPos;
   size_t take = buffered < count ? buffered : count;
-  if (take) std::memcpy(p, f->readAhead.data() + f->readPos, take);
+  if (take) std::memcpy(p, f->readAhead.get() + f->readPos, take);
   f->readPos += take;
   total += take;
   if (total < count) {
     size_t want = count - total;
-    if (want >= READ_AHEAD) {
+    if (!f->readAhead && want < READ_AHEAD) {
+      f->readAheadCapacity = readAheadFor(f->fd);
+      f->readAhead.reset(new char[f->readAheadCapacity]);
+    }
+    if (want >= f->readAheadCapacity) {
       ssize_t n = readFully(f->fd, p + total, want);
       if (n < 0) {
         if (done) *done = static_cast<DWORD>(total);
@@ -188,16 +195,15 @@ KX_EXPORT BOOL qorReadFile(HANDLE file, void* buffer, DWORD count, DWORD* done, 
       }
       total += static_cast<size_t>(n);
     } else {
-      f->readAhead.resize(READ_AHEAD);
-      ssize_t n = readFully(f->fd, f->readAhead.data(), READ_AHEAD);
-      f->readAhead.resize(n < 0 ? 0 : static_cast<size_t>(n));
+      ssize_t n = readFully(f->fd, f->readAhead.get(), f->readAheadCapacity);
+      f->readAheadUsed = n < 0 ? 0 : static_cast<size_t>(n);
       f->readPos = 0;
       if (n < 0) {
         if (done) *done = static_cast<DWORD>(total);
         return FALSE;
       }
-      size_t more = f->readAhead.size() < want ? f->readAhead.size() : want;
-      std::memcpy(p + total, f->readAhead.data(), more);
+      size_t more = f->readAheadUsed < want ? f->readAheadUsed : want;
+      std::memcpy(p + total, f->readAhead.get(), more);
       f->readPos = more;
       total += more;
     }
@@ -251,12 +257,11 @@ KX_EXPORT BOOL qorCloseHandle(HANDLE file) {
   bool ok = true;
   if (f->tempPath.empty()) {
     ok = close(f->fd) == 0;
+  } else if (f->failed) {
+    kx::discardTemp(f->fd, f->tempPath);
+    ok = false;
   } else {
-    // Flush before the rename so a crash never leaves a truncated file under the real name.
-    ok = !f->failed && fsync(f->fd) == 0;
-    ok = close(f->fd) == 0 && ok;
-    ok = ok && rename(f->tempPath.c_str(), f->targetPath.c_str()) == 0;
-    if (!ok) unlink(f->tempPath.c_str());
+    ok = kx::commitTemp(f->fd, f->tempPath, f->targetPath);
   }
   delete f;
   return ok ? TRUE : FALSE;

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <string>
 
+#include "fileio/path_resolve.h"
+#include "fileio/replace_file.h"
 #include "kxEngine.h"
 #include "kxHost.h"
 #include "kxSoundWin32.h"
@@ -46,8 +48,11 @@ KX_EXPORT LONG qorFileIO_GetFolder(char* folder, char* second) {
       setRoot("./");
     }
   }
-  if (!folder) return -1;
   const std::string& root = rootFolder();
+  // A module asks for the folder as it starts: the time to clear what saves that were
+  // killed in an earlier run left there.
+  kx::sweepTempFiles(kx::resolvePath(root));
+  if (!folder) return -1;
   std::size_t n = root.size() < kFolderSize - 1 ? root.size() : kFolderSize - 1;
   std::memcpy(folder, root.data(), n);
   folder[n] = '\0';

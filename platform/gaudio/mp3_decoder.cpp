@@ -2,8 +2,10 @@
 
 #include <fcntl.h>
 #include <mpg123.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <mutex>
@@ -22,11 +24,19 @@ void InitLibrary() {
 }  // namespace
 
 // What libmpg123 reads from: a file descriptor of ours, or a private copy of an image.
-// One reader pair serves both, so the handle is set up the same way for each.
+// One reader pair serves both, so the handle is set up the same way for each. A file is
+// read through a buffer: libmpg123 asks for a few bytes at a time, and for one byte at a
+// time while it looks for the next frame in damaged or foreign data.
 struct Mp3Decoder::Input {
+  static constexpr size_t kBufferBytes = 64 * 1024;
+
   int fd = -1;
   std::vector<uint8_t> image;
-  size_t position = 0;
+  std::unique_ptr<uint8_t[]> buffer;  // of a file: as large as the file, up to kBufferBytes
+  size_t capacity = 0;
+  off_t bufferStart = 0;  // file offset of the buffer's first byte
+  size_t held = 0;        // bytes in the buffer
+  size_t position = 0;    // where the next read starts: in the image, or in the file
 
   ~Input() {
     if (fd >= 0) ::close(fd);
@@ -34,13 +44,7 @@ struct Mp3Decoder::Input {
 
   static mpg123_ssize_t Read(void* self, void* buffer, size_t count) {
     auto* in = static_cast<Input*>(self);
-    if (in->fd >= 0) {
-      ssize_t got;
-      do {
-        got = ::read(in->fd, buffer, count);
-      } while (got < 0 && errno == EINTR);
-      return got;
-    }
+    if (in->fd >= 0) return in->ReadFile(static_cast<uint8_t*>(buffer), count);
     size_t left = in->image.size() - in->position;
     if (count > left) count = left;
     std::memcpy(buffer, in->image.data() + in->position, count);
@@ -48,16 +52,52 @@ struct Mp3Decoder::Input {
     return static_cast<mpg123_ssize_t>(count);
   }
 
+  mpg123_ssize_t ReadFile(uint8_t* out, size_t count) {
+    size_t done = 0;
+    while (done < count) {
+      const off_t at = static_cast<off_t>(position);
+      if (at < bufferStart || at >= bufferStart + static_cast<off_t>(held)) {
+        if (!buffer) {
+          struct stat st;
+          capacity = ::fstat(fd, &st) == 0 && st.st_size > 0 && st.st_size < off_t{kBufferBytes}
+                         ? static_cast<size_t>(st.st_size)
+                         : kBufferBytes;
+          buffer.reset(new uint8_t[capacity]);
+        }
+        ssize_t got;
+        do {
+          got = ::pread(fd, buffer.get(), capacity, at);
+        } while (got < 0 && errno == EINTR);
+        if (got < 0) return done ? static_cast<mpg123_ssize_t>(done) : -1;
+        bufferStart = at;
+        held = static_cast<size_t>(got);
+        if (got == 0) break;  // the end of the file
+      }
+      const size_t offset = static_cast<size_t>(at - bufferStart);
+      const size_t step = std::min(count - done, held - offset);
+      std::memcpy(out + done, buffer.get() + offset, step);
+      done += step;
+      position += step;
+    }
+    return static_cast<mpg123_ssize_t>(done);
+  }
+
   static off_t Seek(void* self, off_t offset, int whence) {
     auto* in = static_cast<Input*>(self);
-    if (in->fd >= 0) return ::lseek(in->fd, offset, whence);
+    off_t size = static_cast<off_t>(in->image.size());
+    if (in->fd >= 0 && whence == SEEK_END) {
+      struct stat st;
+      if (::fstat(in->fd, &st) != 0) return -1;
+      size = st.st_size;
+    }
     off_t base = whence == SEEK_SET   ? 0
                  : whence == SEEK_CUR ? static_cast<off_t>(in->position)
-                 : whence == SEEK_END ? static_cast<off_t>(in->image.size())
+                 : whence == SEEK_END ? size
                                       : -1;
     if (base < 0) return -1;
     off_t target = base + offset;
-    if (target < 0 || target > static_cast<off_t>(in->image.size())) return -1;
+    // A file may be sought past its end, as lseek allows; an image may not.
+    if (target < 0 || (in->fd < 0 && target > size)) return -1;
     in->position = static_cast<size_t>(target);
     return target;
   }

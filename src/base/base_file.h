@@ -30,7 +30,9 @@ public:
   bool Flush();
 
 private:
-  static constexpr uint32_t CAPACITY = 256 * 1024;
+  // 64 KB: a few writes for a catalogue of hundreds of sounds, and small enough that the
+  // allocator serves it from its pools instead of mapping fresh pages for every save.
+  static constexpr uint32_t CAPACITY = 64 * 1024;
   HANDLE File;
   uint32_t Used = 0;
   bool Failed = false;

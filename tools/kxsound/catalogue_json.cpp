@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "catalogue_json.h"
 #include "catalogue_json_values.h"
 #include "commands.h"
 #include "diagnostics.h"
@@ -377,26 +378,51 @@ bool ReadWholeFile(const std::string& path, std::string& text) {
   return !failed;
 }
 
-int ImportDocument(const CommonOptions& options, const CatalogueRecord& catalogue) {
-  {
-    // A root without a catalogue yet is what an import may well begin from.
-    diagnostics::Mute quiet;
-    if (!StartModule(options, 1, "offline")) return 1;
+// The document read and checked, before anything touches the module.
+bool ParseDocument(const std::string& text, CatalogueRecord* catalogue, std::string* error) {
+  try {
+    *catalogue = ReadCatalogue(CatalogueJson::parse(text));
+    return true;
+  } catch (const CatalogueJson::exception& failure) {
+    // Drop the library's "[json.exception.parse_error.N] " tag; the line and column stay.
+    const char* message = failure.what();
+    if (const char* tagEnd = std::strstr(message, "] ")) message = tagEnd + 2;
+    *error = message;
+  } catch (const std::exception& failure) {
+    *error = failure.what();
   }
+  return false;
+}
+
+bool BuildCatalogue(const CatalogueRecord& catalogue, std::string* error) {
   try {
     ClearCatalogue();
     AddPages(catalogue.Pages);
     for (const SoundRecord& record : catalogue.Sounds) {
       try {
         AddSound(record);
-      } catch (const ValueError& error) {
-        throw ValueError(record.Label + ": " + error.what());
+      } catch (const ValueError& failure) {
+        throw ValueError(record.Label + ": " + failure.what());
       }
     }
-  } catch (const ValueError& error) {
+    return true;
+  } catch (const ValueError& failure) {
+    *error = failure.what();
+    return false;
+  }
+}
+
+int ImportDocument(const CommonOptions& options, const CatalogueRecord& catalogue) {
+  {
+    // A root without a catalogue yet is what an import may well begin from.
+    diagnostics::Mute quiet;
+    if (!StartModule(options, 1, "offline")) return 1;
+  }
+  std::string error;
+  if (!BuildCatalogue(catalogue, &error)) {
     // Finalize does not save: the base file on disk stays as it was.
     qorSound_Finalize();
-    std::fprintf(stderr, "kxsound: %s: %s\n", options.Argument.c_str(), error.what());
+    std::fprintf(stderr, "kxsound: %s: %s\n", options.Argument.c_str(), error.c_str());
     return 1;
   }
   LONG saved = qorSound_SaveBase();
@@ -427,15 +453,12 @@ std::string CatalogueSnapshot() {
   return document.dump();
 }
 
-int RunExport(const CommonOptions& options) {
-  if (!StartModule(options, 1, "offline")) return 1;
-  // Loading again tells a missing or damaged file from an empty catalogue.
-  if (qorSound_LoadBase() != S_OK) {
-    std::fprintf(stderr, "kxsound: no readable catalogue (Sounds.qorSound) in '%s'\n", RootName(options).c_str());
-    qorSound_Finalize();
-    return 1;
-  }
-  std::string text;
+bool ImportCatalogueText(const std::string& text, std::string* error) {
+  CatalogueRecord catalogue;
+  return ParseDocument(text, &catalogue, error) && BuildCatalogue(catalogue, error);
+}
+
+bool ExportCatalogueText(std::string* text, std::string* error) {
   try {
     CatalogueJson document = CatalogueJson::object();
     document["format"] = FORMAT_NAME;
@@ -454,13 +477,29 @@ int RunExport(const CommonOptions& options) {
       sounds.push_back(ExportSound(name));
     }
     document["sounds"] = std::move(sounds);
-    text = document.dump(2) + "\n";
-  } catch (const std::exception& error) {
+    *text = document.dump(2) + "\n";
+    return true;
+  } catch (const std::exception& failure) {
+    *error = failure.what();
+    return false;
+  }
+}
+
+int RunExport(const CommonOptions& options) {
+  if (!StartModule(options, 1, "offline")) return 1;
+  // Loading again tells a missing or damaged file from an empty catalogue.
+  if (qorSound_LoadBase() != S_OK) {
+    std::fprintf(stderr, "kxsound: no readable catalogue (Sounds.qorSound) in '%s'\n", RootName(options).c_str());
     qorSound_Finalize();
-    std::fprintf(stderr, "kxsound: cannot export the catalogue: %s\n", error.what());
     return 1;
   }
+  std::string text, error;
+  bool exported = ExportCatalogueText(&text, &error);
   qorSound_Finalize();
+  if (!exported) {
+    std::fprintf(stderr, "kxsound: cannot export the catalogue: %s\n", error.c_str());
+    return 1;
+  }
   if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
     std::fprintf(stderr, "kxsound: could not write the catalogue to standard output\n");
     return 1;
@@ -476,16 +515,9 @@ int RunImport(const CommonOptions& options) {
     return 1;
   }
   CatalogueRecord catalogue;
-  try {
-    catalogue = ReadCatalogue(CatalogueJson::parse(text));
-  } catch (const CatalogueJson::exception& error) {
-    // Drop the library's "[json.exception.parse_error.N] " tag; the line and column stay.
-    const char* message = error.what();
-    if (const char* tagEnd = std::strstr(message, "] ")) message = tagEnd + 2;
-    std::fprintf(stderr, "kxsound: %s: %s\n", path.c_str(), message);
-    return 1;
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "kxsound: %s: %s\n", path.c_str(), error.what());
+  std::string error;
+  if (!ParseDocument(text, &catalogue, &error)) {
+    std::fprintf(stderr, "kxsound: %s: %s\n", path.c_str(), error.c_str());
     return 1;
   }
   for (const SoundRecord& record : catalogue.Sounds)

@@ -50,6 +50,11 @@ bool LoadScript(const std::string& path, std::vector<ScriptLine>* script, uint64
     std::fprintf(stderr, "kxsound: cannot read the script '%s': %s\n", path.c_str(), std::strerror(errno));
     return false;
   }
+  return ReadScript(in, path, stderr, script, totalMs);
+}
+
+bool ReadScript(std::istream& in, const std::string& source, std::FILE* messages, std::vector<ScriptLine>* script,
+                uint64_t* totalMs) {
   // The script has no branches, so the use of variables can be checked here too.
   std::set<std::string> held;
   std::string text, error;
@@ -69,7 +74,7 @@ bool LoadScript(const std::string& path, std::vector<ScriptLine>* script, uint64
       if (line.Op == SceneOp::Wait) *totalMs += line.Ms;
     }
     if (!error.empty()) {
-      std::fprintf(stderr, "kxsound: %s:%d: %s\n", path.c_str(), number, error.c_str());
+      std::fprintf(messages, "kxsound: %s:%d: %s\n", source.c_str(), number, error.c_str());
       error.clear();
       ++errors;
     } else if (line.Op != SceneOp::Nothing) {

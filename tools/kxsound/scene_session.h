@@ -3,6 +3,8 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
+#include <istream>
 #include <string>
 #include <vector>
 
@@ -26,6 +28,9 @@ struct ScriptLine {
 // not cost a minute of rendering. totalMs: the sum of its waits. False after printing each
 // bad line with its number.
 bool LoadScript(const std::string& path, std::vector<ScriptLine>* script, uint64_t* totalMs);
+// The same for a script already open, with the messages going to messages.
+bool ReadScript(std::istream& in, const std::string& source, std::FILE* messages, std::vector<ScriptLine>* script,
+                uint64_t* totalMs);
 
 // Once the module has started on the offline output: opens wav at the rate the outputs mix at,
 // before anything plays, so that an unwritable file is found now and not after the render.
