@@ -11,6 +11,7 @@
 #include "core/state.h"
 #include "fuzz_support.h"
 #include "kxSound.h"
+#include "kxSoundWin32.h"
 
 namespace {
 

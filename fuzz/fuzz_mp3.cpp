@@ -6,6 +6,7 @@
 #include "fuzz_support.h"
 #include "kxHost.h"
 #include "kxSound.h"
+#include "kxSoundWin32.h"
 
 namespace {
 

@@ -31,9 +31,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   NamedNode* list = ParsePlaylist(text.c_str(), listPath.c_str());
   const size_t slash = listPath.find('\\') != std::string::npos ? listPath.find('\\') : listPath.find('/');
   const std::string prefix = slash == std::string::npos ? std::string() : listPath.substr(0, slash + 1);
-  // The entries are the lines that are no comment, in order, each behind the list's folder;
-  // a line too long for a name is left out.
-  const std::string whole = text.c_str();
+  // The entries are the lines that are no comment, in order, each behind the list's folder
+  // unless it is an absolute path; a leading byte-order mark is no part of the first, and a
+  // line too long for a name is left out.
+  std::string whole = text.c_str();
+  if (whole.compare(0, 3, "\xEF\xBB\xBF") == 0) whole.erase(0, 3);
   NamedNode* node = list;
   for (size_t at = 0; at < whole.size();) {
     size_t end = whole.find_first_of("\r\n", at);
@@ -41,8 +43,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string line = whole.substr(at, end - at);
     at = whole.find_first_not_of("\r\n", end);
     if (at == std::string::npos) at = whole.size();
-    if (line.empty() || line[0] == '#' || prefix.size() + line.size() >= NAME_SIZE) continue;
-    if (!node || std::memchr(node->Name, 0, NAME_SIZE) == nullptr || node->Name != prefix + line) std::abort();
+    if (line.empty() || line[0] == '#') continue;
+    const std::string folder = line[0] == '/' ? std::string() : prefix;
+    if (folder.size() + line.size() >= NAME_SIZE) continue;
+    if (!node || std::memchr(node->Name, 0, NAME_SIZE) == nullptr || node->Name != folder + line) std::abort();
     node = node->Next;
   }
   if (node) std::abort();

@@ -10,6 +10,7 @@
 
 #include "kxHost.h"
 #include "kxSound.h"
+#include "kxSoundWin32.h"
 
 // The file layer syncs every save, and a sync costs milliseconds: it kept the base-file
 // harness at a few hundred inputs a second. Durability is not under test here, so the

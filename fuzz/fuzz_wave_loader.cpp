@@ -9,6 +9,7 @@
 #include "fuzz_support.h"
 #include "kxHost.h"
 #include "kxSound.h"
+#include "kxSoundWin32.h"
 #include "playback/sound_buffer.h"
 
 namespace {

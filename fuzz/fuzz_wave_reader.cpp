@@ -9,6 +9,7 @@
 
 #include "fuzz_support.h"
 #include "wave/wave_reader.h"
+#include "kxSoundWin32.h"
 
 namespace {
 
