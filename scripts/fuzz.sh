@@ -18,8 +18,11 @@ build=${FUZZ_BUILD:-build/fuzz}
 corpora=${FUZZ_CORPUS:-build/fuzz-corpus}
 findings=${FUZZ_FINDINGS:-build/fuzz-findings}
 
-CC=clang CXX=clang++ cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKX_SANITIZE=ON \
-  -DKX_BUILD_FUZZ=ON -DKX_BUILD_TESTS=OFF -DKX_BUILD_BENCH=OFF >/dev/null
+# A build tree that exists already (the test script's sanitizer build) is taken as it is.
+if [ ! -f "$build/CMakeCache.txt" ]; then
+  CC=clang CXX=clang++ cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKX_SANITIZE=ON \
+    -DKX_BUILD_FUZZ=ON -DKX_BUILD_TESTS=OFF -DKX_BUILD_BENCH=OFF >/dev/null
+fi
 harnesses=(BaseFile WaveReader WaveLoader Playlist MP3 Console SceneScript CatalogueJson)
 targets=()
 for h in "${harnesses[@]}"; do

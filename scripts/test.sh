@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds twice (plain, and with AddressSanitizer and
-# UndefinedBehaviorSanitizer under clang), runs every test in both, fuzzes each
-# parser for a bounded time, and checks that an installed copy can be built against:
-# a consumer and the example host, which runs headless.
+# UndefinedBehaviorSanitizer under clang), runs every test in both, fuzzes each parser
+# for a bounded time, runs the music thread under ThreadSanitizer, and checks that an
+# installed copy can be built against: a consumer and the example host, which runs headless.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/install-deps.sh
-FUZZ_SECONDS=${FUZZ_SECONDS:-60}
+FUZZ_SECONDS=${FUZZ_SECONDS:-30}
 log=$(mktemp)
 
 echo "== plain build =="
@@ -21,20 +21,11 @@ cmake --build build/sanitize
 (cd build/sanitize && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 ctest --output-on-failure -j2) | tee -a "$log"
 
 echo "== fuzzing, ${FUZZ_SECONDS}s per harness =="
-for fuzzer in build/sanitize/bin/kxFuzz*; do
-  corpus=build/fuzz-corpus/$(basename "$fuzzer")
-  mkdir -p "$corpus"
-  seeds=fuzz/seeds/$(basename "$fuzzer")
-  [ -d "$seeds" ] || seeds=""
-  out=$(mktemp)
-  if ! "$fuzzer" -max_total_time="$FUZZ_SECONDS" -max_len=65536 -print_final_stats=0 -artifact_prefix=build/fuzz-corpus/ "$corpus" $seeds >"$out" 2>&1; then
-    tail -40 "$out"
-    echo "fuzzer $(basename "$fuzzer") failed"
-    exit 1
-  fi
-  echo "$(basename "$fuzzer"): $(grep -E '^Done' "$out" | tail -1)"
-  rm -f "$out"
-done
+FUZZ_BUILD=build/sanitize FUZZ_CORPUS=build/fuzz-corpus FUZZ_FINDINGS=build/fuzz-findings \
+  bash scripts/fuzz.sh "$FUZZ_SECONDS"
+
+echo "== the music thread under ThreadSanitizer =="
+bash scripts/tsan.sh
 
 echo "== install and build against it =="
 stage=$(mktemp -d)
