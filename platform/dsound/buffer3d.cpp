@@ -1,9 +1,9 @@
 #include "dsound/buffer3d.h"
 
 #include "dsound/common.h"
-#include "dsound/device.h"
+#include "dsound/dsound_device.h"
 #include "dsound/listener.h"
-#include "dsound/sound_buffer.h"
+#include "dsound/secondary_buffer.h"
 
 namespace kxdsound {
 namespace {
@@ -14,7 +14,7 @@ bool ValidDistance(float d) { return d >= 0.0f && std::isfinite(d); }
 
 }  // namespace
 
-Buffer3D::Buffer3D(SoundBuffer& owner) : owner_(owner) {
+Buffer3D::Buffer3D(SecondaryBuffer& owner) : owner_(owner) {
   set_ = DS3DBUFFER{sizeof(DS3DBUFFER),
                     {0, 0, 0},
                     {0, 0, 0},
@@ -124,7 +124,7 @@ HRESULT Buffer3D::SetVelocity(float x, float y, float z, DWORD apply) {
 
 // An immediate setting replaces a deferred one of the same kind, which the commit then leaves alone.
 HRESULT Buffer3D::Changed(unsigned what, DWORD apply) {
-  Device* device = owner_.Owner();
+  DSoundDevice* device = owner_.Owner();
   if (!device) return kDeviceGone;
   if (apply == DS3D_DEFERRED) {
     pending_ |= what;
@@ -168,7 +168,7 @@ void Buffer3D::CopySettings(const Buffer3D& other) {
 }
 
 EarGains Buffer3D::Place() const {
-  Device* device = owner_.Owner();
+  DSoundDevice* device = owner_.Owner();
   if (!device) return EarGains{};
   return Spatialize(applied_, device->GetListener().Applied(), (owner_.Flags() & DSBCAPS_MUTE3DATMAXDISTANCE) != 0);
 }

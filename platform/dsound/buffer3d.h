@@ -9,11 +9,11 @@
 
 namespace kxdsound {
 
-class SoundBuffer;
+class SecondaryBuffer;
 
 class Buffer3D final : public IDirectSound3DBuffer {
 public:
-  explicit Buffer3D(SoundBuffer& owner);
+  explicit Buffer3D(SecondaryBuffer& owner);
 
   HRESULT QueryInterface(REFIID iid, void** object) override;
   ULONG AddRef() override;
@@ -39,14 +39,14 @@ public:
   EarGains Place() const;
   // The buffer is going: out of the device's list of buffers to commit.
   void Unlist();
-  SoundBuffer& Owner() const { return owner_; }
+  SecondaryBuffer& Owner() const { return owner_; }
 
 private:
   enum : unsigned { kPosition = 1, kVelocity = 2, kDistances = 4, kCone = 8, kMode = 16, kAll = 31 };
   HRESULT Changed(unsigned what, DWORD apply);
   void Apply(unsigned what);
 
-  SoundBuffer& owner_;
+  SecondaryBuffer& owner_;
   DS3DBUFFER set_;
   DS3DBUFFER applied_;
   unsigned pending_ = 0;

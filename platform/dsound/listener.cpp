@@ -2,8 +2,8 @@
 
 #include "dsound/buffer3d.h"
 #include "dsound/common.h"
-#include "dsound/device.h"
-#include "dsound/sound_buffer.h"
+#include "dsound/dsound_device.h"
+#include "dsound/secondary_buffer.h"
 
 namespace kxdsound {
 namespace {

@@ -7,7 +7,7 @@
 
 namespace kxdsound {
 
-class Device;
+class DSoundDevice;
 
 struct ListenerParams;
 // The listener's right, in the world's left-handed axes; a frame that says nothing (a vector of no
@@ -26,7 +26,7 @@ struct ListenerParams {
 
 class Listener final : public IDirectSound3DListener {
 public:
-  explicit Listener(Device& device) : device_(device) {}
+  explicit Listener(DSoundDevice& device) : device_(device) {}
   // Lives as long as the device: Release only counts down.
   HRESULT QueryInterface(REFIID iid, void** object) override;
   ULONG AddRef() override;
@@ -65,7 +65,7 @@ private:
   void Changed(unsigned what, DWORD apply);
   void Apply(unsigned what);
 
-  Device& device_;
+  DSoundDevice& device_;
   ULONG refs_ = 1;
   ListenerParams set_;
   ListenerParams applied_;

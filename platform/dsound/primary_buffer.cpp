@@ -4,13 +4,13 @@
 
 #include "audio/output_device.h"
 #include "dsound/common.h"
-#include "dsound/device.h"
+#include "dsound/dsound_device.h"
 #include "dsound/listener.h"
 #include "dsound/mixer.h"
 
 namespace kxdsound {
 
-PrimaryBuffer::PrimaryBuffer(Device& device, DWORD flags) : device_(device), flags_(flags) {
+PrimaryBuffer::PrimaryBuffer(DSoundDevice& device, DWORD flags) : device_(device), flags_(flags) {
   // Until SetFormat: the mix's own rate, 16-bit stereo.
   const DWORD rate = device.GetMixer().Rate();
   format_ = WAVEFORMATEX{WAVE_FORMAT_PCM, 2, rate, rate * 4, 4, 16, 0};

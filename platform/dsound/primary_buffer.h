@@ -8,11 +8,11 @@
 
 namespace kxdsound {
 
-class Device;
+class DSoundDevice;
 
 class PrimaryBuffer final : public IDirectSoundBuffer {
 public:
-  PrimaryBuffer(Device& device, DWORD flags);
+  PrimaryBuffer(DSoundDevice& device, DWORD flags);
   // Lives as long as the device: Release only counts down.
   HRESULT QueryInterface(REFIID iid, void** object) override;
   ULONG AddRef() override;
@@ -40,7 +40,7 @@ public:
   void ApplyVolume();
 
 private:
-  Device& device_;
+  DSoundDevice& device_;
   ULONG refs_ = 1;
   DWORD flags_;
   WAVEFORMATEX format_;

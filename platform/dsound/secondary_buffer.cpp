@@ -1,4 +1,4 @@
-#include "dsound/sound_buffer.h"
+#include "dsound/secondary_buffer.h"
 
 #include <algorithm>
 #include <cstring>
@@ -6,14 +6,14 @@
 
 #include "dsound/buffer3d.h"
 #include "dsound/common.h"
-#include "dsound/device.h"
+#include "dsound/dsound_device.h"
 #include "dsound/mixer.h"
 #include "dsound/sample_store.h"
 #include "dsound/voice.h"
 
 namespace kxdsound {
 
-HRESULT SoundBuffer::Create(Device& device, const DSBUFFERDESC& description, SoundBuffer** buffer) {
+HRESULT SecondaryBuffer::Create(DSoundDevice& device, const DSBUFFERDESC& description, SecondaryBuffer** buffer) {
   WAVEFORMATEX format = *description.lpwfxFormat;
   format.nAvgBytesPerSec = format.nSamplesPerSec * format.nBlockAlign;
   format.cbSize = 0;
@@ -22,13 +22,13 @@ HRESULT SoundBuffer::Create(Device& device, const DSBUFFERDESC& description, Sou
   bytes -= bytes % format.nBlockAlign;
   std::shared_ptr<SampleStore> samples = SampleStore::Create(format, bytes, device.GetMixer().Rate());
   if (!samples) return DSERR_OUTOFMEMORY;
-  SoundBuffer* made = new (std::nothrow) SoundBuffer(device, description.dwFlags, format, std::move(samples));
+  SecondaryBuffer* made = new (std::nothrow) SecondaryBuffer(device, description.dwFlags, format, std::move(samples));
   if (!made) return DSERR_OUTOFMEMORY;
   *buffer = made;
   return DS_OK;
 }
 
-SoundBuffer::SoundBuffer(Device& device, DWORD flags, const WAVEFORMATEX& format,
+SecondaryBuffer::SecondaryBuffer(DSoundDevice& device, DWORD flags, const WAVEFORMATEX& format,
                          std::shared_ptr<SampleStore> samples)
     : device_(&device),
       flags_(flags),
@@ -45,9 +45,9 @@ SoundBuffer::SoundBuffer(Device& device, DWORD flags, const WAVEFORMATEX& format
   UpdateMixLocked();
 }
 
-SoundBuffer::~SoundBuffer() { Orphan(); }
+SecondaryBuffer::~SecondaryBuffer() { Orphan(); }
 
-void SoundBuffer::Orphan() {
+void SecondaryBuffer::Orphan() {
   if (!device_) return;
   if (part3d_) part3d_->Unlist();
   device_->Remove(this);
@@ -60,9 +60,9 @@ void SoundBuffer::Orphan() {
   device_ = nullptr;
 }
 
-HRESULT SoundBuffer::Duplicate(SoundBuffer** duplicate) {
+HRESULT SecondaryBuffer::Duplicate(SecondaryBuffer** duplicate) {
   if (!device_) return kDeviceGone;
-  SoundBuffer* made = new (std::nothrow) SoundBuffer(*device_, flags_, format_, samples_);
+  SecondaryBuffer* made = new (std::nothrow) SecondaryBuffer(*device_, flags_, format_, samples_);
   if (!made) return DSERR_OUTOFMEMORY;
   made->volume_ = volume_;
   made->frequency_ = frequency_;
@@ -72,7 +72,7 @@ HRESULT SoundBuffer::Duplicate(SoundBuffer** duplicate) {
   return DS_OK;
 }
 
-HRESULT SoundBuffer::QueryInterface(REFIID iid, void** object) {
+HRESULT SecondaryBuffer::QueryInterface(REFIID iid, void** object) {
   if (!object) return DSERR_INVALIDPARAM;
   *object = nullptr;
   if (SameIid(iid, IID_IDirectSoundBuffer)) {
@@ -88,15 +88,15 @@ HRESULT SoundBuffer::QueryInterface(REFIID iid, void** object) {
   return DSERR_NOINTERFACE;
 }
 
-ULONG SoundBuffer::AddRef() { return ++refs_; }
+ULONG SecondaryBuffer::AddRef() { return ++refs_; }
 
-ULONG SoundBuffer::Release() {
+ULONG SecondaryBuffer::Release() {
   ULONG left = --refs_;
   if (left == 0) delete this;
   return left;
 }
 
-HRESULT SoundBuffer::GetCaps(DSBCAPS* caps) {
+HRESULT SecondaryBuffer::GetCaps(DSBCAPS* caps) {
   if (!caps || caps->dwSize != sizeof(DSBCAPS)) return DSERR_INVALIDPARAM;
   caps->dwFlags = flags_;
   if (!(flags_ & (DSBCAPS_LOCHARDWARE | DSBCAPS_LOCSOFTWARE))) caps->dwFlags |= DSBCAPS_LOCSOFTWARE;
@@ -106,7 +106,7 @@ HRESULT SoundBuffer::GetCaps(DSBCAPS* caps) {
   return device_ ? DS_OK : kDeviceGone;
 }
 
-HRESULT SoundBuffer::GetCurrentPosition(DWORD* playCursor, DWORD* writeCursor) {
+HRESULT SecondaryBuffer::GetCurrentPosition(DWORD* playCursor, DWORD* writeCursor) {
   if (!playCursor && !writeCursor) return DSERR_INVALIDPARAM;
   if (!device_) return kDeviceGone;
   DWORD cursor;
@@ -120,25 +120,25 @@ HRESULT SoundBuffer::GetCurrentPosition(DWORD* playCursor, DWORD* writeCursor) {
   return DS_OK;
 }
 
-HRESULT SoundBuffer::GetFormat(WAVEFORMATEX* format, DWORD size, DWORD* written) {
+HRESULT SecondaryBuffer::GetFormat(WAVEFORMATEX* format, DWORD size, DWORD* written) {
   return CopyFormat(format_, format, size, written);
 }
 
-HRESULT SoundBuffer::GetVolume(LONG* volume) {
+HRESULT SecondaryBuffer::GetVolume(LONG* volume) {
   if (!volume) return DSERR_INVALIDPARAM;
   if (!(flags_ & DSBCAPS_CTRLVOLUME)) return DSERR_CONTROLUNAVAIL;
   *volume = volume_;
   return DS_OK;
 }
 
-HRESULT SoundBuffer::GetFrequency(DWORD* frequency) {
+HRESULT SecondaryBuffer::GetFrequency(DWORD* frequency) {
   if (!frequency) return DSERR_INVALIDPARAM;
   if (!(flags_ & DSBCAPS_CTRLFREQUENCY)) return DSERR_CONTROLUNAVAIL;
   *frequency = frequency_;
   return DS_OK;
 }
 
-HRESULT SoundBuffer::GetStatus(DWORD* status) {
+HRESULT SecondaryBuffer::GetStatus(DWORD* status) {
   if (!status) return DSERR_INVALIDPARAM;
   *status = 0;
   if (!device_) return kDeviceGone;
@@ -149,7 +149,7 @@ HRESULT SoundBuffer::GetStatus(DWORD* status) {
 
 // The write cursor is the play cursor (see GetCurrentPosition); a range past the end wraps to
 // the start, as in a ring, and then needs the second span.
-HRESULT SoundBuffer::Lock(DWORD offset, DWORD bytes, void** first, DWORD* firstBytes, void** second,
+HRESULT SecondaryBuffer::Lock(DWORD offset, DWORD bytes, void** first, DWORD* firstBytes, void** second,
                           DWORD* secondBytes, DWORD flags) {
   if (second) *second = nullptr;
   if (secondBytes) *secondBytes = 0;
@@ -174,7 +174,7 @@ HRESULT SoundBuffer::Lock(DWORD offset, DWORD bytes, void** first, DWORD* firstB
   return DS_OK;
 }
 
-HRESULT SoundBuffer::Play(DWORD reserved, DWORD priority, DWORD flags) {
+HRESULT SecondaryBuffer::Play(DWORD reserved, DWORD priority, DWORD flags) {
   if (reserved != 0) return DSERR_INVALIDPARAM;
   if (!device_) return kDeviceGone;
   Mixer& mixer = device_->GetMixer();
@@ -185,7 +185,7 @@ HRESULT SoundBuffer::Play(DWORD reserved, DWORD priority, DWORD flags) {
 }
 
 // The end of the buffer is a place too: a play from there has nothing left to play.
-HRESULT SoundBuffer::SetCurrentPosition(DWORD position) {
+HRESULT SecondaryBuffer::SetCurrentPosition(DWORD position) {
   if (!device_) return kDeviceGone;
   if (position > samples_->Size()) return DSERR_INVALIDPARAM;
   Mixer& mixer = device_->GetMixer();
@@ -195,9 +195,9 @@ HRESULT SoundBuffer::SetCurrentPosition(DWORD position) {
   return DS_OK;
 }
 
-HRESULT SoundBuffer::SetFormat(const WAVEFORMATEX*) { return DSERR_INVALIDCALL; }
+HRESULT SecondaryBuffer::SetFormat(const WAVEFORMATEX*) { return DSERR_INVALIDCALL; }
 
-HRESULT SoundBuffer::SetVolume(LONG volume) {
+HRESULT SecondaryBuffer::SetVolume(LONG volume) {
   if (!(flags_ & DSBCAPS_CTRLVOLUME)) return DSERR_CONTROLUNAVAIL;
   if (volume < DSBVOLUME_MIN || volume > DSBVOLUME_MAX) return DSERR_INVALIDPARAM;
   if (!device_) return kDeviceGone;
@@ -206,7 +206,7 @@ HRESULT SoundBuffer::SetVolume(LONG volume) {
   return DS_OK;
 }
 
-HRESULT SoundBuffer::SetFrequency(DWORD frequency) {
+HRESULT SecondaryBuffer::SetFrequency(DWORD frequency) {
   if (!(flags_ & DSBCAPS_CTRLFREQUENCY)) return DSERR_CONTROLUNAVAIL;
   if (frequency == DSBFREQUENCY_ORIGINAL) frequency = format_.nSamplesPerSec;
   if (frequency < DSBFREQUENCY_MIN || frequency > DSBFREQUENCY_MAX) return DSERR_INVALIDPARAM;
@@ -217,7 +217,7 @@ HRESULT SoundBuffer::SetFrequency(DWORD frequency) {
 }
 
 // DirectSound's Stop is a pause: the cursor stays for the next Play. What was heard fades out.
-HRESULT SoundBuffer::Stop() {
+HRESULT SecondaryBuffer::Stop() {
   if (!device_) return kDeviceGone;
   Mixer& mixer = device_->GetMixer();
   std::lock_guard<std::mutex> hold(mixer.Lock());
@@ -226,7 +226,7 @@ HRESULT SoundBuffer::Stop() {
   return DS_OK;
 }
 
-HRESULT SoundBuffer::Unlock(void* first, DWORD firstBytes, void* second, DWORD secondBytes) {
+HRESULT SecondaryBuffer::Unlock(void* first, DWORD firstBytes, void* second, DWORD secondBytes) {
   if (!device_) return kDeviceGone;
   auto* base = samples_->Bytes();
   auto* end = base + samples_->Size();
@@ -239,13 +239,13 @@ HRESULT SoundBuffer::Unlock(void* first, DWORD firstBytes, void* second, DWORD s
   return samples_->Commit(device_->GetMixer()) ? DS_OK : DSERR_OUTOFMEMORY;
 }
 
-void SoundBuffer::UpdateMix() {
+void SecondaryBuffer::UpdateMix() {
   if (!device_) return;
   std::lock_guard<std::mutex> hold(device_->GetMixer().Lock());
   UpdateMixLocked();
 }
 
-void SoundBuffer::UpdateMixLocked() {
+void SecondaryBuffer::UpdateMixLocked() {
   const EarGains ears = part3d_ ? part3d_->Place() : EarGains{};
   const float level = VolumeToGain(volume_);
   voice_->SetGains(level * ears.left, level * ears.right);

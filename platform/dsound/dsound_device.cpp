@@ -1,4 +1,4 @@
-#include "dsound/device.h"
+#include "dsound/dsound_device.h"
 
 #include <algorithm>
 #include <new>
@@ -9,7 +9,7 @@
 #include "dsound/mix_output.h"
 #include "dsound/mixer.h"
 #include "dsound/primary_buffer.h"
-#include "dsound/sound_buffer.h"
+#include "dsound/secondary_buffer.h"
 
 // DirectSound's own interface identifiers, so that code written for it asks in the same words.
 extern "C" {
@@ -27,11 +27,11 @@ namespace kxdsound {
 
 using kxaudio::ContextScope;
 
-Device* Device::Open() {
+DSoundDevice* DSoundDevice::Open() {
   std::unique_ptr<kxaudio::OutputDevice> output =
       kxaudio::OutputDevice::Open(kxaudio::kEffectsOutput);
   if (!output) return nullptr;
-  Device* device = new (std::nothrow) Device(std::move(output));
+  DSoundDevice* device = new (std::nothrow) DSoundDevice(std::move(output));
   if (!device) return nullptr;
   device->mixOutput_ = MixOutput::Start(*device->output_, *device->mixer_);
   if (!device->mixOutput_) {
@@ -42,19 +42,19 @@ Device* Device::Open() {
 }
 
 // The mix runs at the output's own rate, whatever format the primary buffer is given.
-Device::Device(std::unique_ptr<kxaudio::OutputDevice> output)
+DSoundDevice::DSoundDevice(std::unique_ptr<kxaudio::OutputDevice> output)
     : output_(std::move(output)), mixer_(new Mixer(output_->Rate())), listener_(new Listener(*this)) {}
 
 // Buffers the caller still holds stay valid objects, but without a device every call fails.
-Device::~Device() {
+DSoundDevice::~DSoundDevice() {
   mixOutput_.reset();
-  std::vector<SoundBuffer*> buffers;
+  std::vector<SecondaryBuffer*> buffers;
   buffers.swap(buffers_);
-  for (SoundBuffer* buffer : buffers) buffer->Orphan();
+  for (SecondaryBuffer* buffer : buffers) buffer->Orphan();
   dirty_.clear();
 }
 
-HRESULT Device::QueryInterface(REFIID iid, void** object) {
+HRESULT DSoundDevice::QueryInterface(REFIID iid, void** object) {
   if (!object) return DSERR_INVALIDPARAM;
   *object = nullptr;
   if (!SameIid(iid, IID_IDirectSound)) return DSERR_NOINTERFACE;
@@ -63,15 +63,15 @@ HRESULT Device::QueryInterface(REFIID iid, void** object) {
   return DS_OK;
 }
 
-ULONG Device::AddRef() { return ++refs_; }
+ULONG DSoundDevice::AddRef() { return ++refs_; }
 
-ULONG Device::Release() {
+ULONG DSoundDevice::Release() {
   ULONG left = --refs_;
   if (left == 0) delete this;
   return left;
 }
 
-HRESULT Device::CreateSoundBuffer(const DSBUFFERDESC* description, IDirectSoundBuffer** buffer, void* outer) {
+HRESULT DSoundDevice::CreateSoundBuffer(const DSBUFFERDESC* description, IDirectSoundBuffer** buffer, void* outer) {
   if (!buffer) return DSERR_INVALIDPARAM;
   *buffer = nullptr;
   if (!description || outer) return DSERR_INVALIDPARAM;
@@ -102,27 +102,27 @@ HRESULT Device::CreateSoundBuffer(const DSBUFFERDESC* description, IDirectSoundB
   // 3D sound is positioned mono; DirectSound refuses stereo 3D buffers and 3D with pan.
   if ((flags & DSBCAPS_CTRL3D) && (format->nChannels != 1 || (flags & DSBCAPS_CTRLPAN))) return DSERR_INVALIDPARAM;
 
-  SoundBuffer* made = nullptr;
-  result = SoundBuffer::Create(*this, *description, &made);
+  SecondaryBuffer* made = nullptr;
+  result = SecondaryBuffer::Create(*this, *description, &made);
   if (result == DS_OK) *buffer = made;
   return result;
 }
 
-HRESULT Device::DuplicateSoundBuffer(IDirectSoundBuffer* original, IDirectSoundBuffer** duplicate) {
+HRESULT DSoundDevice::DuplicateSoundBuffer(IDirectSoundBuffer* original, IDirectSoundBuffer** duplicate) {
   if (!duplicate) return DSERR_INVALIDPARAM;
   *duplicate = nullptr;
   if (!original) return DSERR_INVALIDPARAM;
   if (primary_ && original == primary_.get()) return DSERR_INVALIDCALL;
-  auto* source = dynamic_cast<SoundBuffer*>(original);
+  auto* source = dynamic_cast<SecondaryBuffer*>(original);
   if (!source || source->Owner() != this) return DSERR_INVALIDPARAM;
-  SoundBuffer* made = nullptr;
+  SecondaryBuffer* made = nullptr;
   HRESULT result = source->Duplicate(&made);
   if (result == DS_OK) *duplicate = made;
   return result;
 }
 
 // There are no windows here: any window, null included, is taken.
-HRESULT Device::SetCooperativeLevel(HWND window, DWORD level) {
+HRESULT DSoundDevice::SetCooperativeLevel(HWND window, DWORD level) {
   if (level < DSSCL_NORMAL || level > DSSCL_WRITEPRIMARY) return DSERR_INVALIDPARAM;
   level_ = level;
   return DS_OK;
@@ -130,23 +130,23 @@ HRESULT Device::SetCooperativeLevel(HWND window, DWORD level) {
 
 // A buffer is listed as dirty at most once, so room for every buffer, made while buffers are
 // created, keeps a deferred setting from allocating mid-game.
-void Device::Add(SoundBuffer* buffer) {
+void DSoundDevice::Add(SecondaryBuffer* buffer) {
   buffers_.push_back(buffer);
   if (dirty_.capacity() < buffers_.size()) dirty_.reserve(buffers_.capacity());
 }
 
-void Device::Remove(SoundBuffer* buffer) {
+void DSoundDevice::Remove(SecondaryBuffer* buffer) {
   auto it = std::find(buffers_.rbegin(), buffers_.rend(), buffer);
   if (it == buffers_.rend()) return;
   *it = buffers_.back();
   buffers_.pop_back();
 }
 
-void Device::MarkDirty(Buffer3D* buffer) { dirty_.push_back(buffer); }
+void DSoundDevice::MarkDirty(Buffer3D* buffer) { dirty_.push_back(buffer); }
 
-void Device::ForgetDirty(Buffer3D* buffer) { dirty_.erase(std::remove(dirty_.begin(), dirty_.end(), buffer), dirty_.end()); }
+void DSoundDevice::ForgetDirty(Buffer3D* buffer) { dirty_.erase(std::remove(dirty_.begin(), dirty_.end(), buffer), dirty_.end()); }
 
-void Device::Commit() {
+void DSoundDevice::Commit() {
   const bool moved = listener_->ApplyPending();
   std::lock_guard<std::mutex> hold(mixer_->Lock());
   for (Buffer3D* buffer : dirty_) {
@@ -155,13 +155,13 @@ void Device::Commit() {
   }
   dirty_.clear();
   if (moved)
-    for (SoundBuffer* buffer : buffers_)
+    for (SecondaryBuffer* buffer : buffers_)
       if (buffer->Part3D()) buffer->UpdateMixLocked();
 }
 
-void Device::Respatialize() {
+void DSoundDevice::Respatialize() {
   std::lock_guard<std::mutex> hold(mixer_->Lock());
-  for (SoundBuffer* buffer : buffers_)
+  for (SecondaryBuffer* buffer : buffers_)
     if (buffer->Part3D()) buffer->UpdateMixLocked();
 }
 
@@ -173,7 +173,7 @@ extern "C" KX_EXPORT HRESULT DirectSoundCreate(const GUID* device, IDirectSound*
   if (outer) return DSERR_INVALIDPARAM;
   // Only the default output exists.
   if (device && !kxdsound::SameIid(*device, GUID_NULL)) return DSERR_NODRIVER;
-  kxdsound::Device* made = kxdsound::Device::Open();
+  kxdsound::DSoundDevice* made = kxdsound::DSoundDevice::Open();
   if (!made) return DSERR_NODRIVER;
   *object = made;
   return DS_OK;

@@ -1,8 +1,8 @@
 // The DirectSound device object: owns the effects output and the mixer that feeds it, the
 // primary buffer and the listener, and knows every secondary buffer it made so that its release
 // can take them down.
-#ifndef KX_PLATFORM_DSOUND_DEVICE_H
-#define KX_PLATFORM_DSOUND_DEVICE_H
+#ifndef KX_PLATFORM_DSOUND_DSOUND_DEVICE_H
+#define KX_PLATFORM_DSOUND_DSOUND_DEVICE_H
 
 #include <memory>
 #include <vector>
@@ -17,12 +17,12 @@ class Listener;
 class Mixer;
 class MixOutput;
 class PrimaryBuffer;
-class SoundBuffer;
+class SecondaryBuffer;
 
-class Device final : public IDirectSound {
+class DSoundDevice final : public IDirectSound {
 public:
   // Null when the current output mode gives no device.
-  static Device* Open();
+  static DSoundDevice* Open();
 
   HRESULT QueryInterface(REFIID iid, void** object) override;
   ULONG AddRef() override;
@@ -37,9 +37,9 @@ public:
   Mixer& GetMixer() { return *mixer_; }
 
   // Bookkeeping of the secondary buffers and their 3D parts.
-  void Add(SoundBuffer* buffer);
-  void Remove(SoundBuffer* buffer);
-  const std::vector<SoundBuffer*>& Buffers() const { return buffers_; }
+  void Add(SecondaryBuffer* buffer);
+  void Remove(SecondaryBuffer* buffer);
+  const std::vector<SecondaryBuffer*>& Buffers() const { return buffers_; }
   void MarkDirty(Buffer3D* buffer);
   void ForgetDirty(Buffer3D* buffer);
   // Applies the deferred settings of the listener and of every buffer, as one update.
@@ -48,8 +48,8 @@ public:
   void Respatialize();
 
 private:
-  explicit Device(std::unique_ptr<kxaudio::OutputDevice> output);
-  ~Device();
+  explicit DSoundDevice(std::unique_ptr<kxaudio::OutputDevice> output);
+  ~DSoundDevice();
 
   ULONG refs_ = 1;
   DWORD level_ = 0;
@@ -58,7 +58,7 @@ private:
   std::unique_ptr<MixOutput> mixOutput_;
   std::unique_ptr<Listener> listener_;
   std::unique_ptr<PrimaryBuffer> primary_;
-  std::vector<SoundBuffer*> buffers_;
+  std::vector<SecondaryBuffer*> buffers_;
   std::vector<Buffer3D*> dirty_;
 };
 

@@ -1,8 +1,8 @@
 // A secondary buffer: a voice of the stand-in's mixer over a shared SampleStore. DirectSound's
 // cursor survives Stop and a buffer that played to its end starts again from 0; the voice keeps
 // both.
-#ifndef KX_PLATFORM_DSOUND_SOUND_BUFFER_H
-#define KX_PLATFORM_DSOUND_SOUND_BUFFER_H
+#ifndef KX_PLATFORM_DSOUND_SECONDARY_BUFFER_H
+#define KX_PLATFORM_DSOUND_SECONDARY_BUFFER_H
 
 #include <memory>
 
@@ -11,16 +11,16 @@
 namespace kxdsound {
 
 class Buffer3D;
-class Device;
+class DSoundDevice;
 class SampleStore;
 class Voice;
 
-class SoundBuffer final : public IDirectSoundBuffer {
+class SecondaryBuffer final : public IDirectSoundBuffer {
 public:
   // A new buffer of the description (already checked), or an error.
-  static HRESULT Create(Device& device, const DSBUFFERDESC& description, SoundBuffer** buffer);
+  static HRESULT Create(DSoundDevice& device, const DSBUFFERDESC& description, SecondaryBuffer** buffer);
   // A new buffer on the same samples, with the volume, frequency and 3D settings of this one.
-  HRESULT Duplicate(SoundBuffer** duplicate);
+  HRESULT Duplicate(SecondaryBuffer** duplicate);
   // The device is going: leaves the mixer; every later call fails.
   void Orphan();
 
@@ -43,7 +43,7 @@ public:
   HRESULT Stop() override;
   HRESULT Unlock(void* first, DWORD firstBytes, void* second, DWORD secondBytes) override;
 
-  Device* Owner() const { return device_; }
+  DSoundDevice* Owner() const { return device_; }
   DWORD Flags() const { return flags_; }
   Buffer3D* Part3D() const { return part3d_.get(); }
   // Gives the voice the level of each ear and the speed that volume, frequency and the 3D
@@ -52,11 +52,11 @@ public:
   void UpdateMixLocked();
 
 private:
-  SoundBuffer(Device& device, DWORD flags, const WAVEFORMATEX& format, std::shared_ptr<SampleStore> samples);
-  ~SoundBuffer();
+  SecondaryBuffer(DSoundDevice& device, DWORD flags, const WAVEFORMATEX& format, std::shared_ptr<SampleStore> samples);
+  ~SecondaryBuffer();
 
   ULONG refs_ = 1;
-  Device* device_;
+  DSoundDevice* device_;
   const DWORD flags_;
   const WAVEFORMATEX format_;
   std::shared_ptr<SampleStore> samples_;

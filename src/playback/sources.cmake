@@ -1,9 +1,0 @@
-set(KX_PLAYBACK_SOURCES
-  playback/sound_buffer.cpp
-  playback/buffer_loading.cpp
-  playback/sound_stream.cpp
-  playback/stream_arena.cpp
-  playback/stream_pool.cpp
-  playback/playing.cpp
-  playback/stream_control.cpp
-)
