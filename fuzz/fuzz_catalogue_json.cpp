@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "catalogue_json.h"
+#include "io/catalogue_json.h"
 #include "fuzz_support.h"
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {

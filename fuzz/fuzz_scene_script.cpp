@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "fuzz_support.h"
-#include "scene_script.h"
-#include "scene_session.h"
+#include "scene/scene_script.h"
+#include "scene/scene_session.h"
 
 namespace {
 

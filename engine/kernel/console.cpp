@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "common/ascii.h"
+#include "common/words.h"
 #include "console_usage.h"
 #include "kxEngine.h"
 #include "kxHost.h"
@@ -43,29 +44,6 @@ const Command* findCommand(const std::string& name) {
   for (const Command& c : commands())
     if (kx::equalsNoCase(c.name, name)) return &c;
   return nullptr;
-}
-
-// Blanks separate words; double quotes group blanks into one word and are dropped.
-std::vector<std::string> splitWords(const char* line) {
-  std::vector<std::string> words;
-  std::string word;
-  bool inWord = false, quoted = false;
-  for (const char* p = line; *p; ++p) {
-    char c = *p;
-    if (c == '"') {
-      quoted = !quoted;
-      inWord = true;  // "" is an empty word, not nothing
-    } else if (!quoted && (c == ' ' || c == '\t' || c == '\r' || c == '\n')) {
-      if (inWord) words.push_back(std::move(word));
-      word.clear();
-      inWord = false;
-    } else {
-      word += c;
-      inWord = true;
-    }
-  }
-  if (inWord) words.push_back(std::move(word));
-  return words;
 }
 
 // The help words of a command, unless they no longer fit its registration (then neither the
@@ -182,7 +160,7 @@ KX_EXPORT LONG qorConsole_Print(const char* format, ...) {
 
 KX_EXPORT int32_t kxHost_Execute(const char* line) {
   if (!line) return -1;
-  std::vector<std::string> words = splitWords(line);
+  std::vector<std::string> words = kx::splitWords(line);
   if (words.empty()) return -1;
 
   const Command* cmd = findCommand(words[0]);

@@ -5,8 +5,8 @@
 #include <cstring>
 #include <string>
 
-#include "commands.h"
-#include "diagnostics.h"
+#include "commands/commands.h"
+#include "io/diagnostics.h"
 
 #ifndef KXSOUND_VERSION
 #define KXSOUND_VERSION "unknown"

@@ -17,6 +17,9 @@ struct CommonOptions {
   uint32_t Seed = 0;
 };
 
+// The folder a message names: the root, or "." for the current one.
+inline std::string RootName(const CommonOptions& options) { return options.Root.empty() ? "." : options.Root; }
+
 // Points the engine at the root folder and starts the module; false, with a
 // message, when the folder is missing or the module does not start. Commands that
 // make no sound pass the "offline" output.
@@ -24,9 +27,6 @@ bool StartModule(const CommonOptions& options, int toolMode, const char* output)
 
 // The host's own console command "why SOUND", in the group "kxsound".
 void RegisterWhyCommand();
-
-// The catalogue in memory as text, to tell whether it changed.
-std::string CatalogueSnapshot();
 
 int RunInfo(const CommonOptions& options);
 int RunMakeSample(const CommonOptions& options);

@@ -5,12 +5,13 @@
 #include <deque>
 #include <string>
 
-#include "commands.h"
+#include "commands/commands.h"
+#include "io/catalogue_json.h"
 #include "kxHost.h"
 #include "kxSound.h"
-#include "scene_player.h"
-#include "scene_session.h"
-#include "terminal.h"
+#include "scene/scene_player.h"
+#include "scene/scene_session.h"
+#include "io/terminal.h"
 
 namespace {
 
@@ -51,7 +52,7 @@ int RunConsole(const CommonOptions& options) {
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
   bool interactive = IsTerminal(stdin);
   std::printf("kxsound console on the %s output, root %s. 'help' lists the commands, 'quit' ends.\n",
-              mode.c_str(), options.Root.empty() ? "." : options.Root.c_str());
+              mode.c_str(), RootName(options).c_str());
   if (options.Tool)
     std::printf("Tool mode: the module registered no console commands; the scene words and why work.\n");
   CatchInterrupt();

@@ -9,14 +9,14 @@
 #include <string>
 #include <vector>
 
-#include "commands.h"
+#include "commands/commands.h"
 #include "kxHost.h"
 #include "kxSound.h"
 #include "kxSoundWin32.h"
-#include "scene_player.h"
-#include "scene_session.h"
-#include "synth.h"
-#include "wav_writer.h"
+#include "scene/scene_player.h"
+#include "scene/scene_session.h"
+#include "io/synth.h"
+#include "io/wav_writer.h"
 
 namespace fs = std::filesystem;
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "commands.h"
+#include "commands/commands.h"
 #include "kxHost.h"
 #include "kxSound.h"
 #include "kxSoundWin32.h"
@@ -54,7 +54,7 @@ int RunInfo(const CommonOptions& options) {
   // Loading again tells a missing or damaged file from an empty catalogue.
   if (qorSound_LoadBase() != S_OK) {
     std::fprintf(stderr, "kxsound: no readable catalogue (Sounds.qorSound) in '%s'\n",
-                 options.Root.empty() ? "." : options.Root.c_str());
+                 RootName(options).c_str());
     qorSound_Finalize();
     return 1;
   }

@@ -8,13 +8,13 @@
 #include <string>
 #include <vector>
 
-#include "commands.h"
-#include "diagnostics.h"
+#include "commands/commands.h"
+#include "io/diagnostics.h"
 #include "kxPath.h"
 #include "kxSound.h"
 #include "kxSoundWin32.h"
-#include "synth.h"
-#include "wav_writer.h"
+#include "io/synth.h"
+#include "io/wav_writer.h"
 
 namespace fs = std::filesystem;
 
@@ -67,7 +67,7 @@ void AddSound(const char* name, const char* comment, int page, const std::vector
 }  // namespace
 
 int RunMakeSample(const CommonOptions& options) {
-  fs::path folder = options.Root.empty() ? "." : options.Root;
+  fs::path folder = RootName(options);
   // Merging into a catalogue would change the parameters of sounds someone made.
   if (Exists(OnDisk(folder, "Sounds.qorSound"))) {
     std::fprintf(stderr, "kxsound: '%s' already holds a catalogue (Sounds.qorSound); make-sample writes only where there is none\n",

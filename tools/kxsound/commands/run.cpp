@@ -3,11 +3,11 @@
 #include <string>
 #include <vector>
 
-#include "commands.h"
+#include "commands/commands.h"
 #include "kxHost.h"
-#include "scene_player.h"
-#include "scene_session.h"
-#include "wav_writer.h"
+#include "scene/scene_player.h"
+#include "scene/scene_session.h"
+#include "io/wav_writer.h"
 
 int RunScript(const CommonOptions& options) {
   std::vector<ScriptLine> script;

@@ -2,7 +2,7 @@
 // now, and why, in the module's own words.
 #include <cstdio>
 
-#include "commands.h"
+#include "commands/commands.h"
 #include "kxEngine.h"
 #include "kxHost.h"
 #include "kxSound.h"

@@ -1,4 +1,4 @@
-// kxsound export and import: the catalogue as a JSON document, and back.
+// The catalogue as a JSON document, and back.
 //
 // Import builds the catalogue through the module's own setters, so it holds nothing
 // the module could not have made itself. It checks the whole document before it
@@ -13,13 +13,13 @@
 #include <string>
 #include <vector>
 
-#include "catalogue_json.h"
-#include "catalogue_json_values.h"
-#include "commands.h"
-#include "diagnostics.h"
+#include "common/ascii.h"
+#include "io/catalogue_json.h"
+#include "io/catalogue_json_values.h"
+#include "io/diagnostics.h"
 #include "kxSound.h"
 #include "kxSoundWin32.h"
-#include "module_paths.h"
+#include "io/module_paths.h"
 
 namespace {
 
@@ -29,8 +29,6 @@ constexpr size_t MAX_NAME_BYTES = 255;
 constexpr size_t MAX_PAGE_NAME_BYTES = 15;
 constexpr size_t MAX_PATH_BYTES = 62;
 constexpr int32_t MAX_STREAMS = 4;  // a sound gets at most this many streams per file
-
-std::string RootName(const CommonOptions& options) { return options.Root.empty() ? "." : options.Root; }
 
 // The enumeration callbacks carry no context, so they collect into these.
 std::vector<std::string> CollectedNames;
@@ -49,13 +47,6 @@ std::vector<std::string> SoundNames() {
   return std::move(CollectedNames);
 }
 
-// Names compare with only A-Z folded, as the module compares them.
-std::string Folded(std::string name) {
-  for (char& c : name) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return name;
-}
 
 bool SameBits(float a, float b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
@@ -67,7 +58,7 @@ std::string Quoted(const std::string& bytes) {
 // A relative stored path as the module reads it back from the base file: lower case, without
 // "base\" in front and with "sounds\" there. Absolute paths are left to the module.
 std::string AsLoaded(const std::string& path) {
-  std::string out = Folded(path);
+  std::string out = kx::asciiLowered(path);
   if (out.empty() || out[0] == '/' || out.find(':') != std::string::npos) return out;
   if (out.compare(0, 5, "base\\") == 0) out.erase(0, 5);
   if (out.compare(0, 7, "sounds\\") != 0) out = "sounds\\" + out;
@@ -106,30 +97,6 @@ CatalogueJson ExportSound(const std::string& name) {
   sound["files"] = std::move(files);
   return sound;
 }
-
-// ---- the document read into plain values ----
-
-struct FileRecord {
-  std::string Path;
-  std::optional<uint8_t> Enabled;
-};
-
-// A field left out keeps the value a new sound has.
-struct SoundRecord {
-  std::string Label;  // how messages name the sound
-  std::string Name;
-  std::optional<std::string> Comment;
-  std::optional<int32_t> Enabled, Page, PlayMode, NumStreams, Volume, Frequency;
-  std::optional<uint8_t> Looped, Is3D, Crossed;
-  std::optional<float> MinDistance, MaxDistance;
-  std::vector<FileRecord> Files;
-  std::vector<std::string> Notes;  // values stored as given that the module will not use so
-};
-
-struct CatalogueRecord {
-  std::vector<std::string> Pages;
-  std::vector<SoundRecord> Sounds;
-};
 
 // A misspelt key would otherwise be dropped without a word.
 void CheckKeys(const CatalogueJson& object, std::initializer_list<const char*> known, const std::string& where) {
@@ -179,7 +146,7 @@ void ReadFiles(const CatalogueJson& sound, SoundRecord& record) {
                              ": the catalogue keeps backslashes, and a slash would not survive the next load");
     }
     std::string loaded = AsLoaded(out.Path);
-    if (loaded != Folded(out.Path)) {
+    if (loaded != kx::asciiLowered(out.Path)) {
       record.Notes.push_back(where + ".path " + Quoted(out.Path) + " will read " + Quoted(loaded) +
                              " once the catalogue is loaded again (its paths start with sounds\\); stored as given");
     }
@@ -367,19 +334,54 @@ void AddSound(const SoundRecord& record) {
   AddFiles(record);
 }
 
-bool ReadWholeFile(const std::string& path, std::string& text) {
-  FILE* file = std::fopen(path.c_str(), "rb");
-  if (!file) return false;
-  char chunk[65536];
-  size_t count;
-  while ((count = std::fread(chunk, 1, sizeof chunk, file)) > 0) text.append(chunk, count);
-  bool failed = std::ferror(file) != 0;
-  std::fclose(file);
-  return !failed;
+}  // namespace
+
+std::string CatalogueSnapshot() {
+  diagnostics::Mute quiet;
+  CatalogueJson document = CatalogueJson::object();
+  CatalogueJson pages = CatalogueJson::array();
+  for (const std::string& page : PageNames()) pages.push_back(EncodeBytes(page));
+  document["pages"] = std::move(pages);
+  CatalogueJson sounds = CatalogueJson::array();
+  for (const std::string& name : SoundNames()) sounds.push_back(ExportSound(name));
+  document["sounds"] = std::move(sounds);
+  return document.dump();
+}
+
+bool ImportCatalogueText(const std::string& text, std::string* error) {
+  CatalogueRecord catalogue;
+  return ParseCatalogueDocument(text, &catalogue, error) && BuildCatalogue(catalogue, error);
+}
+
+bool ExportCatalogueText(std::string* text, std::string* error) {
+  try {
+    CatalogueJson document = CatalogueJson::object();
+    document["format"] = FORMAT_NAME;
+    document["version"] = FORMAT_VERSION;
+    CatalogueJson pages = CatalogueJson::array();
+    for (const std::string& page : PageNames()) pages.push_back(EncodeBytes(page));
+    document["pages"] = std::move(pages);
+    CatalogueJson sounds = CatalogueJson::array();
+    std::set<std::string> seen;
+    for (const std::string& name : SoundNames()) {
+      // Every getter goes by name and reaches the first sound of a name only.
+      if (!seen.insert(kx::asciiLowered(name)).second) {
+        throw ValueError("the sound name " + EncodeBytes(name).dump() +
+                         " appears twice (A-Z case does not count); rename one first");
+      }
+      sounds.push_back(ExportSound(name));
+    }
+    document["sounds"] = std::move(sounds);
+    *text = document.dump(2) + "\n";
+    return true;
+  } catch (const std::exception& failure) {
+    *error = failure.what();
+    return false;
+  }
 }
 
 // The document read and checked, before anything touches the module.
-bool ParseDocument(const std::string& text, CatalogueRecord* catalogue, std::string* error) {
+bool ParseCatalogueDocument(const std::string& text, CatalogueRecord* catalogue, std::string* error) {
   try {
     *catalogue = ReadCatalogue(CatalogueJson::parse(text));
     return true;
@@ -410,117 +412,4 @@ bool BuildCatalogue(const CatalogueRecord& catalogue, std::string* error) {
     *error = failure.what();
     return false;
   }
-}
-
-int ImportDocument(const CommonOptions& options, const CatalogueRecord& catalogue) {
-  {
-    // A root without a catalogue yet is what an import may well begin from.
-    diagnostics::Mute quiet;
-    if (!StartModule(options, 1, "offline")) return 1;
-  }
-  std::string error;
-  if (!BuildCatalogue(catalogue, &error)) {
-    // Finalize does not save: the base file on disk stays as it was.
-    qorSound_Finalize();
-    std::fprintf(stderr, "kxsound: %s: %s\n", options.Argument.c_str(), error.c_str());
-    return 1;
-  }
-  LONG saved = qorSound_SaveBase();
-  qorSound_Finalize();
-  std::string target = RootName(options);
-  if (target.back() != '/') target += '/';
-  target += "Sounds.qorSound";
-  if (saved != S_OK) {
-    std::fprintf(stderr, "kxsound: could not write %s\n", target.c_str());
-    return 1;
-  }
-  std::printf("Imported %zu pages and %zu sounds into %s\n", catalogue.Pages.size(), catalogue.Sounds.size(),
-              target.c_str());
-  return 0;
-}
-
-}  // namespace
-
-std::string CatalogueSnapshot() {
-  diagnostics::Mute quiet;
-  CatalogueJson document = CatalogueJson::object();
-  CatalogueJson pages = CatalogueJson::array();
-  for (const std::string& page : PageNames()) pages.push_back(EncodeBytes(page));
-  document["pages"] = std::move(pages);
-  CatalogueJson sounds = CatalogueJson::array();
-  for (const std::string& name : SoundNames()) sounds.push_back(ExportSound(name));
-  document["sounds"] = std::move(sounds);
-  return document.dump();
-}
-
-bool ImportCatalogueText(const std::string& text, std::string* error) {
-  CatalogueRecord catalogue;
-  return ParseDocument(text, &catalogue, error) && BuildCatalogue(catalogue, error);
-}
-
-bool ExportCatalogueText(std::string* text, std::string* error) {
-  try {
-    CatalogueJson document = CatalogueJson::object();
-    document["format"] = FORMAT_NAME;
-    document["version"] = FORMAT_VERSION;
-    CatalogueJson pages = CatalogueJson::array();
-    for (const std::string& page : PageNames()) pages.push_back(EncodeBytes(page));
-    document["pages"] = std::move(pages);
-    CatalogueJson sounds = CatalogueJson::array();
-    std::set<std::string> seen;
-    for (const std::string& name : SoundNames()) {
-      // Every getter goes by name and reaches the first sound of a name only.
-      if (!seen.insert(Folded(name)).second) {
-        throw ValueError("the sound name " + EncodeBytes(name).dump() +
-                         " appears twice (A-Z case does not count); rename one first");
-      }
-      sounds.push_back(ExportSound(name));
-    }
-    document["sounds"] = std::move(sounds);
-    *text = document.dump(2) + "\n";
-    return true;
-  } catch (const std::exception& failure) {
-    *error = failure.what();
-    return false;
-  }
-}
-
-int RunExport(const CommonOptions& options) {
-  if (!StartModule(options, 1, "offline")) return 1;
-  // Loading again tells a missing or damaged file from an empty catalogue.
-  if (qorSound_LoadBase() != S_OK) {
-    std::fprintf(stderr, "kxsound: no readable catalogue (Sounds.qorSound) in '%s'\n", RootName(options).c_str());
-    qorSound_Finalize();
-    return 1;
-  }
-  std::string text, error;
-  bool exported = ExportCatalogueText(&text, &error);
-  qorSound_Finalize();
-  if (!exported) {
-    std::fprintf(stderr, "kxsound: cannot export the catalogue: %s\n", error.c_str());
-    return 1;
-  }
-  if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
-    std::fprintf(stderr, "kxsound: could not write the catalogue to standard output\n");
-    return 1;
-  }
-  return 0;
-}
-
-int RunImport(const CommonOptions& options) {
-  const std::string& path = options.Argument;
-  std::string text;
-  if (!ReadWholeFile(path, text)) {
-    std::fprintf(stderr, "kxsound: cannot read '%s': %s\n", path.c_str(), std::strerror(errno));
-    return 1;
-  }
-  CatalogueRecord catalogue;
-  std::string error;
-  if (!ParseDocument(text, &catalogue, &error)) {
-    std::fprintf(stderr, "kxsound: %s: %s\n", path.c_str(), error.c_str());
-    return 1;
-  }
-  for (const SoundRecord& record : catalogue.Sounds)
-    for (const std::string& note : record.Notes) diagnostics::Note(path + ": " + record.Label + ": " + note);
-  return ImportDocument(options, catalogue);
 }

@@ -1,4 +1,4 @@
-#include "catalogue_json_values.h"
+#include "io/catalogue_json_values.h"
 
 #include <cmath>
 #include <cstdio>

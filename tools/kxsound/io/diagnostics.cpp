@@ -1,4 +1,4 @@
-#include "diagnostics.h"
+#include "io/diagnostics.h"
 
 #include <cstdio>
 #include <vector>

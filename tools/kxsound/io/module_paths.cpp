@@ -1,11 +1,12 @@
-#include "module_paths.h"
+#include "io/module_paths.h"
 
 #include <strings.h>
 
 #include <vector>
 
-#include "diagnostics.h"
-#include "scene_script.h"
+#include "common/words.h"
+#include "io/diagnostics.h"
+#include "scene/scene_script.h"
 
 namespace {
 
@@ -32,7 +33,7 @@ bool ToModulePath(std::string* path) {
 }
 
 std::string ConsoleLineToModule(const std::string& line) {
-  std::vector<std::string> words = SplitWords(line);
+  std::vector<std::string> words = kx::splitWords(line);
   for (const PathParameter& p : kPathParameters) {
     if (words.size() <= p.Index || strcasecmp(words[0].c_str(), p.Command) != 0) continue;
     std::string given = words[p.Index];

@@ -3,7 +3,7 @@
 
 #include <cstdio>
 
-#include "commands.h"
+#include "commands/commands.h"
 #include "kxHost.h"
 #include "kxSound.h"
 #include "kxSoundWin32.h"

@@ -1,4 +1,4 @@
-#include "synth.h"
+#include "io/synth.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "wav_writer.h"
+#include "io/wav_writer.h"
 
 #include <sys/stat.h>
 #include <unistd.h>

@@ -1,9 +1,9 @@
-#include "scene_mixer.h"
+#include "scene/scene_mixer.h"
 
 #include <algorithm>
 
 #include "kxHost.h"
-#include "wav_writer.h"
+#include "io/wav_writer.h"
 
 namespace {
 constexpr uint32_t kTakeFrames = 4096;

@@ -1,4 +1,4 @@
-#include "scene_player.h"
+#include "scene/scene_player.h"
 
 #include <strings.h>
 #include <time.h>
@@ -7,16 +7,17 @@
 #include <cmath>
 #include <cstring>
 
-#include "commands.h"
-#include "diagnostics.h"
+#include "commands/commands.h"
+#include "common/words.h"
+#include "io/diagnostics.h"
 #include "kxEngine.h"
 #include "kxHost.h"
 #include "kxSound.h"
 #include "kxSoundWin32.h"
-#include "module_paths.h"
-#include "scene_mixer.h"
-#include "terminal.h"
-#include "wav_writer.h"
+#include "io/module_paths.h"
+#include "scene/scene_mixer.h"
+#include "io/terminal.h"
+#include "io/wav_writer.h"
 
 namespace {
 
@@ -161,7 +162,7 @@ bool ScenePlayer::TakeFailure(std::string* reason, bool* printed) {
 
 ScenePlayer::Result ScenePlayer::RunConsoleLine(const SceneLine& line, std::string* error) {
   std::string text = ConsoleLineToModule(line.Text);
-  std::vector<std::string> words = SplitWords(text);
+  std::vector<std::string> words = kx::splitWords(text);
   // A stream acquired by this line belongs, most likely, to the sound it names first.
   tracer_.SetContext(words.size() > 1 ? words[1] : std::string());
   if (strict_ && words.size() > 1 && strcasecmp(words[0].c_str(), "PlaySound") == 0 && !SoundExists(words[1]))

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "scene_script.h"
-#include "stream_trace.h"
+#include "scene/scene_script.h"
+#include "scene/stream_trace.h"
 
 class CaptureMixer;
 class OverlayBlock;

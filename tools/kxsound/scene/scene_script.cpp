@@ -1,4 +1,7 @@
-#include "scene_script.h"
+#include "scene/scene_script.h"
+
+#include "common/ascii.h"
+#include "common/words.h"
 
 #include <algorithm>
 #include <cctype>
@@ -46,11 +49,6 @@ bool ReadInt(const std::string& text, long low, long high, long* value) {
   return true;
 }
 
-std::string Lower(std::string text) {
-  for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return text;
-}
-
 // Reads words[first..] as floats into values.
 bool ReadFloats(const std::vector<std::string>& words, size_t first, float* values, std::string* error) {
   for (size_t i = first; i < words.size(); ++i) {
@@ -68,7 +66,7 @@ bool ParseStream(const std::vector<std::string>& w, SceneLine* line, std::string
     return false;
   }
   line->Op = SceneOp::Stream;
-  line->Id = Lower(w[1]);
+  line->Id = kx::asciiLowered(w[1]);
   const std::string& action = w[2];
   struct Simple {
     const char* Name;
@@ -111,7 +109,7 @@ bool ParseStream(const std::vector<std::string>& w, SceneLine* line, std::string
     line->Action = Is(action, "volume") ? StreamAction::Volume : StreamAction::Frequency;
     long percent = 0;
     if (w.size() != 4 || !ReadInt(w[3], 0, 100000, &percent)) {
-      *error = "stream ID " + Lower(action) + " takes a whole percentage";
+      *error = "stream ID " + kx::asciiLowered(action) + " takes a whole percentage";
       return false;
     }
     line->Percent = static_cast<int>(percent);
@@ -128,7 +126,7 @@ bool ParseHold(const std::vector<std::string>& w, SceneLine* line, std::string* 
     return false;
   }
   line->Text = w[1];
-  line->Id = Lower(w[3]);
+  line->Id = kx::asciiLowered(w[3]);
   for (size_t i = 4; i < w.size(); ++i) {
     long number = 0;
     if (Is(w[i], "stealable")) {
@@ -147,32 +145,12 @@ bool ParseHold(const std::vector<std::string>& w, SceneLine* line, std::string* 
 
 }  // namespace
 
-std::vector<std::string> SplitWords(const std::string& text) {
-  std::vector<std::string> words;
-  std::string word;
-  bool inWord = false, quoted = false;
-  for (char c : text) {
-    if (c == '"') {
-      quoted = !quoted;
-      inWord = true;
-    } else if (!quoted && (c == ' ' || c == '\t' || c == '\r' || c == '\n')) {
-      if (inWord) words.push_back(word);
-      word.clear();
-      inWord = false;
-    } else {
-      word += c;
-      inWord = true;
-    }
-  }
-  if (inWord) words.push_back(word);
-  return words;
-}
 
 bool ParseSceneLine(const std::string& text, SceneLine* line, std::string* error) {
   *line = SceneLine();
   size_t start = text.find_first_not_of(" \t\r\n");
   if (start == std::string::npos || text[start] == '#') return true;
-  std::vector<std::string> w = SplitWords(text);
+  std::vector<std::string> w = kx::splitWords(text);
   const std::string& word = w[0];
 
   if (Is(word, "wait")) {
@@ -204,13 +182,13 @@ bool ParseSceneLine(const std::string& text, SceneLine* line, std::string* error
       *error = "expect-playing takes one stream variable";
       return false;
     }
-    line->Id = Lower(w[1]);
+    line->Id = kx::asciiLowered(w[1]);
     return true;
   }
   if (Is(word, "save") || Is(word, "quit") || Is(word, "exit")) {
     line->Op = Is(word, "save") ? SceneOp::Save : SceneOp::Quit;
     if (w.size() != 1) {
-      *error = Lower(word) + " takes nothing more";
+      *error = kx::asciiLowered(word) + " takes nothing more";
       return false;
     }
     return true;

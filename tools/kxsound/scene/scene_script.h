@@ -22,8 +22,5 @@ struct SceneLine {
 // False, with a message, for a line of the player's own words that does not read.
 bool ParseSceneLine(const std::string& text, SceneLine* line, std::string* error);
 
-// Blanks separate words; double quotes keep blanks inside one word, as on the console.
-std::vector<std::string> SplitWords(const std::string& text);
-
 // The player's words, one per line, for help.
 extern const char* const kSceneWordsHelp;

@@ -1,4 +1,4 @@
-#include "scene_session.h"
+#include "scene/scene_session.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -12,14 +12,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "commands.h"
-#include "diagnostics.h"
+#include "commands/commands.h"
+#include "io/diagnostics.h"
 #include "kxHost.h"
 #include "kxSound.h"
-#include "scene_mixer.h"
-#include "scene_player.h"
-#include "terminal.h"
-#include "wav_writer.h"
+#include "scene/scene_mixer.h"
+#include "scene/scene_player.h"
+#include "io/terminal.h"
+#include "io/wav_writer.h"
 
 DeviceStart StartOnDevice(const CommonOptions& options, int toolMode) {
   struct stat info;

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "scene_script.h"
+#include "scene/scene_script.h"
 
 class WavWriter;
 struct CommonOptions;

@@ -1,9 +1,9 @@
-#include "stream_trace.h"
+#include "scene/stream_trace.h"
 
 #include <cstdio>
 #include <vector>
 
-#include "diagnostics.h"
+#include "io/diagnostics.h"
 #include "kxSound.h"
 
 namespace {
