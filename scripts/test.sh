@@ -10,13 +10,13 @@ FUZZ_SECONDS=${FUZZ_SECONDS:-30}
 log=$(mktemp)
 
 echo "== plain build =="
-cmake -S . -B build/plain -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKX_BUILD_TESTS=ON -DKX_BUILD_BENCH=ON >/dev/null
+cmake -S . -B build/plain -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKX_BUILD_TESTS=ON -DKX_BUILD_BENCH=ON -DKX_WERROR=ON >/dev/null
 cmake --build build/plain
 (cd build/plain && ctest --output-on-failure -j2) | tee -a "$log"
 
 echo "== sanitizer build =="
 CC=clang CXX=clang++ cmake -S . -B build/sanitize -G Ninja -DCMAKE_BUILD_TYPE=Debug \
-  -DKX_SANITIZE=ON -DKX_BUILD_FUZZ=ON -DKX_BUILD_TESTS=ON >/dev/null
+  -DKX_SANITIZE=ON -DKX_BUILD_FUZZ=ON -DKX_BUILD_TESTS=ON -DKX_WERROR=ON >/dev/null
 cmake --build build/sanitize
 (cd build/sanitize && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 ctest --output-on-failure -j2) | tee -a "$log"
 
@@ -34,6 +34,9 @@ rm -rf build/consumer
 cmake -S tests/install -B build/consumer -G Ninja -DCMAKE_PREFIX_PATH="$stage" >/dev/null
 cmake --build build/consumer >/dev/null
 ./build/consumer/consumer-cmake
+# A game links the module by its major version, so that a compatible update replaces it.
+readelf -d build/consumer/consumer-cmake | grep -q 'NEEDED.*\[libkxSound\.so\.0\]' ||
+  { echo "the consumer does not link libkxSound.so.0"; exit 1; }
 PKG_CONFIG_PATH="$stage/lib/pkgconfig" c++ -std=c++17 tests/install/consumer.cpp -o build/consumer/consumer-pc \
   $(PKG_CONFIG_PATH="$stage/lib/pkgconfig" pkg-config --cflags --libs kxsound) -Wl,-rpath,"$stage/lib"
 ./build/consumer/consumer-pc

@@ -155,7 +155,9 @@ TEST_F(KxsoundRunTest, TracesStreamEventsByNameWithTheSoundAndFileOfEachStream) 
       continue;
     std::getline(in, rest);
     events.push_back(word + rest);
-    if (word == "acquired" && rest.find("hum") != std::string::npos) EXPECT_EQ(ms, 500u) << "the hold";
+    if (word == "acquired" && rest.find("hum") != std::string::npos) {
+      EXPECT_EQ(ms, 500u) << "the hold";
+    }
   }
   // The beep comes and goes; the hum is held, played, hands over to its second file and back,
   // is stopped, resumed, and hands over again.
@@ -263,7 +265,9 @@ TEST_F(KxsoundRunTest, StrictStopsAtTheFirstFailureWithItsLine) {
     EXPECT_EQ(strict.Out.find("reached the end"), std::string::npos) << c.Scene;
     std::string where = "kxsound: " + work.file("scene.txt") + ":" + std::to_string(c.Line) + ": ";
     EXPECT_NE(strict.Err.find(where), std::string::npos) << c.Scene << strict.Err;
-    if (toolsWords) EXPECT_NE(strict.Err.find(c.Says), std::string::npos) << c.Scene << strict.Err;
+    if (toolsWords) {
+      EXPECT_NE(strict.Err.find(c.Says), std::string::npos) << c.Scene << strict.Err;
+    }
   }
   // A scene with nothing wrong is no failure.
   ToolRun clean = Run(kScene, {"--output", "offline", "--strict"});
