@@ -89,6 +89,12 @@ void ForEachAmbient(Step step) {
 
 }  // namespace
 
+void ResetAmbientState() {
+  LastSerial = ListChanges = 0;
+  ZeroDeltaRun = ZeroDeltaTold = false;
+  ZeroDeltaSince = 0;
+}
+
 AmbientEntry::~AmbientEntry() { qorSound_ReleaseStream(Stream); }
 
 void AmbientEntry::ChooseDelay() {

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "base/named_node.h"
+#include "core/state.h"
 
 class SoundStream;
 
@@ -29,8 +30,6 @@ public:
   // Place in the order of joining AmbientList: rises along the list.
   uint64_t Serial = 0;
 };
-
-extern AmbientEntry* AmbientList;
 
 // The tick of the delay cycles, run last in every frame update.
 void UpdateAmbients();

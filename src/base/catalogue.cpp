@@ -59,6 +59,13 @@ bool FitsName(const char* name) { return BoundedLength(name, NAME_SIZE) < NAME_S
 
 uint64_t CatalogueChanges = 0;
 
+void ResetCatalogueState() {
+  SoundListTail = nullptr;
+  LastSerial = 0;
+  Index().clear();
+  CatalogueChanges = 0;
+}
+
 SoundEntry* FindSoundEntry(const char* name, bool follow) {
   if (!name || !SoundList) return nullptr;
   auto found = Index().find(name);

@@ -28,8 +28,4 @@ void RenameSoundEntry(SoundEntry* entry, const char* name);
 // Destroys every entry; SoundList is null afterwards.
 void DestroySoundList();
 
-// Rises with every entry that joins or leaves SoundList, so that a walk that calls the
-// host can tell whether the list is still the one it was walking.
-extern uint64_t CatalogueChanges;
-
 #endif

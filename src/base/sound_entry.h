@@ -68,7 +68,8 @@ public:
   // self: the held stream whose holder asks (a hand-over). The steal search gives it
   // back untouched rather than steal it from itself, and acquisition gives null when
   // the host lets go of it in an event sent on the way.
-  SoundStream* AcquireStream(int fileIndex, void** slot, int state, uint32_t flags, SoundStream* self = nullptr);
+  SoundStream* AcquireStream(int fileIndex, void** slot, int state, uint32_t flags, int enable3D,
+                             SoundStream* self = nullptr);
   // Releases with event 2. True when the stream stands free in its chain afterwards:
   // the host's callback may have destroyed it or taken it again.
   bool ReleaseStream(SoundStream* stream);
@@ -79,7 +80,8 @@ public:
   void UpdateStream(SoundStream* stream);
   void ResetStatistics();
   void DrawStatistics();
-  // Calls fn on every stream of every chain, free or in use.
+  // Calls fn on every stream of every chain, free or in use (defined with the stream, in
+  // playback/sound_stream.h).
   template <typename Fn>
   void ForEachStream(Fn fn);
 
@@ -117,19 +119,5 @@ public:
 
   SoundEntry* NextEntry() const { return static_cast<SoundEntry*>(Next); }
 };
-
-#include "playback/sound_stream.h"
-
-template <typename Fn>
-void SoundEntry::ForEachStream(Fn fn) {
-  if (!StreamChains) return;
-  for (int i = 0; i < NumLoadedFiles; ++i) {
-    for (SoundStream* stream = StreamChains[i]; stream;) {
-      SoundStream* next = stream->ChainNext;
-      fn(stream);
-      stream = next;
-    }
-  }
-}
 
 #endif

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "core/percent.h"
 #include "core/device.h"
 #include "core/diagnostics.h"
 #include "core/state.h"
@@ -91,8 +92,6 @@ constexpr CommandSpec COMMANDS[] = {
 };
 static_assert(sizeof COMMANDS / sizeof COMMANDS[0] == 33, "thirty-three commands");
 
-constexpr float POINT_ZERO_ONE = 0.01f;
-
 void PrintResult(LONG result) { qorConsole_Print(result >= 0 ? "OK!" : "FAILED"); }
 
 void PrintInvalidIfRefused(LONG result) {
@@ -162,7 +161,7 @@ LONG SoundConsoleHandler(ULONG id, int argc, char** argv) {
       break;
     case CMD_FREQUENCY_FACTOR:
       // The percentage stays a double until the product is made a float.
-      qorSound_SetFrequencyFactor(static_cast<float>(std::atof(argv[0]) * static_cast<double>(POINT_ZERO_ONE)));
+      qorSound_SetFrequencyFactor(static_cast<float>(PercentScale(std::atof(argv[0]))));
       break;
     case CMD_SOUND_VOLUME:
       SoundLevel(argc, argv, GetVolumeOf, SetVolumeOf, "\tCurrent volume: %d", "\tOld volume: %d\n\tNew volume: %d");

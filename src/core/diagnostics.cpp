@@ -54,6 +54,12 @@ int BoundedDistance(const char* a, size_t la, const char* b, size_t lb, int limi
 
 }  // namespace
 
+void ResetDiagnosticsState() {
+  DiagnosticSink = nullptr;
+  DiagnosticUser = nullptr;
+  InSink = false;
+}
+
 void kxSound_SetDiagnosticSink(KXSOUND_DIAGNOSTIC_SINK sink, void* user) {
   DiagnosticSink = sink;
   DiagnosticUser = user;

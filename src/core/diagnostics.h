@@ -9,8 +9,6 @@
 #include "core/state.h"
 #include "kxSound.h"
 
-extern KXSOUND_DIAGNOSTIC_SINK DiagnosticSink;
-
 // True when a host listens: guards work done only to word a diagnostic.
 inline bool DiagnosticsWanted() { return DiagnosticSink != nullptr; }
 
@@ -29,9 +27,8 @@ inline bool GateInitialized(const char* operation) {
   DiagnoseGate(operation);
   return false;
 }
-// SystemInitialized and SoundEnabled.
 inline bool GateRunning(const char* operation) {
-  if (SystemInitialized && SoundEnabled) return true;
+  if (Running()) return true;
   DiagnoseGate(operation);
   return false;
 }
@@ -41,10 +38,6 @@ void DiagnoseUnknownSound(const char* name);
 // Writes the up to three catalogue names nearest to name, quoted and comma separated,
 // into out; empty when none is near.
 void NearestSoundNames(const char* name, char* out, size_t size);
-
-// Whether qorSound_SetVolume(int) ever succeeded: until then MasterVolume reads 0
-// whatever the factor in force, which is worth a word to the sink.
-extern bool MasterVolumeSet;
 
 // A path as the file layer will look for it: case resolved, slashes for backslashes.
 void DisplayPath(const char* path, char* out, size_t size);

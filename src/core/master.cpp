@@ -1,12 +1,12 @@
 // The switches that act on every sound effect at once.
 #include "base/catalogue.h"
+#include "core/percent.h"
 #include "core/diagnostics.h"
 #include "core/state.h"
 #include "playback/sound_stream.h"
 
 namespace {
 
-constexpr float POINT_ZERO_ONE = 0.01f;
 
 
 }  // namespace
@@ -45,7 +45,7 @@ LONG qorSound_SetVolume(int volume) {
   }
   MasterVolume = volume;
   MasterVolumeSet = true;
-  VolumeFactor = static_cast<float>(static_cast<double>(volume) * static_cast<double>(POINT_ZERO_ONE));
+  VolumeFactor = static_cast<float>(PercentScale(volume));
   for (SoundEntry* entry = SoundList; entry; entry = entry->NextEntry()) entry->SetVolume(-1);
   return S_OK;
 }

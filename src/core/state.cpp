@@ -1,5 +1,7 @@
 #include "core/state.h"
 
+#include <cstring>
+
 #include "base/pages.h"
 
 int SystemInitialized = 0;
@@ -35,3 +37,56 @@ QORSOUND_PREVIEW_CALLBACK FilePreviewCallback = nullptr;
 int ShowStatistic = 0;
 float StatisticScale = 0.02f;
 int StatisticsLine = 0;
+
+void ResetProcessState() {
+  SystemInitialized = 0;
+  SoundEnabled = 1;
+  ToolMode = 0;
+  // ModuleHandle is found as the library loads, and stays.
+  NotifyCallback = nullptr;
+  VolumeFactor = 1.0f;
+  MasterVolume = 0;
+  FrequencyFactor = 1.0f;
+  Play3DEnabled = 1;
+  SoundLatency = 0;
+  UpdateDelay = 50;
+  LastUpdateTick = 0;
+  SoundsCreatedVar = -1;
+  std::memset(RootFolder, 0, sizeof RootFolder);
+  std::memset(BaseFilePath, 0, sizeof BaseFilePath);
+
+  SoundList = nullptr;
+  SoundNameCounter = 0;
+  std::memset(PageTable, 0, sizeof PageTable);
+  PageCount = 0;
+  ResetCatalogueState();
+
+  ActiveStreamsHead = ActiveStreamsTail = nullptr;
+  StreamsCreated = StreamsTotal = 0;
+  AmbientList = nullptr;
+  ResetAmbientState();
+
+  GAudioReady = 0;
+  GAudioObject = nullptr;
+  TestClipData = nullptr;
+  TestClipSize = 0;
+  MP3Sound = nullptr;
+  MP3Volume = 0;
+  MP3FileFinished.store(0, std::memory_order_relaxed);
+  ResetPlaylistState();
+
+  DirectSoundObject = nullptr;
+  PrimaryBuffer = nullptr;
+  ListenerObject = nullptr;
+  std::memset(EarsPosition, 0, sizeof EarsPosition);
+  FilePreviewBuffer = nullptr;
+  FilePreviewCallback = nullptr;
+
+  ShowStatistic = 0;
+  StatisticScale = 0.02f;
+  StatisticsLine = 0;
+  ResetUpdateState();
+
+  MasterVolumeSet = false;
+  ResetDiagnosticsState();
+}

@@ -17,7 +17,7 @@ constexpr ULONG OVERLAY_COLOUR = 0xFFFF8040u;
 
 // The frame calls come every frame: a refusal is told once, until a call gets through.
 bool FrameGate(const char* operation, bool& told) {
-  if (SystemInitialized && SoundEnabled) {
+  if (Running()) {
     told = false;
     return true;
   }
@@ -30,6 +30,8 @@ bool FrameGate(const char* operation, bool& told) {
 
 bool UpdateRefusalTold = false;
 bool RenderRefusalTold = false;
+// Numbers the walks of the active streams, whose marks tell a walk what it has done.
+uint64_t UpdateWalks = 0;
 
 void DrawLine(float x, int line, const char* text) {
   qorKernel_DrawDebugText(x, static_cast<float>(line * StatisticScale), OVERLAY_COLOUR, text);
@@ -40,7 +42,7 @@ void DrawLine(float x, int line, const char* text) {
 void HandOver(SoundEntry* entry, SoundStream* old) {
   StreamUse held(old);
   int next = entry->SelectFile(old->FileIndex);
-  SoundStream* fresh = entry->AcquireStream(next, old->HandleSlot, STREAM_STOPPED, old->Flags, old);
+  SoundStream* fresh = entry->AcquireStream(next, old->HandleSlot, STREAM_STOPPED, old->Flags, Play3DEnabled, old);
   if (!fresh || fresh == old) {
     // No stream for the next file, or only this one: the same file plays again.
     if (held.Same()) SoundBuffer_Command(old->Buffer, BUFFER_CMD_PLAY);
@@ -69,6 +71,11 @@ void HandOver(SoundEntry* entry, SoundStream* old) {
 }
 
 }  // namespace
+
+void ResetUpdateState() {
+  UpdateRefusalTold = RenderRefusalTold = false;
+  UpdateWalks = 0;
+}
 
 void SoundEntry::UpdateStream(SoundStream* stream) {
   // Streams held by the 3D pause are not over; they wait for the resume.
@@ -126,8 +133,7 @@ void qorSound_Update() {
   // changed has kept its place: the walk goes on behind it, or behind the stream
   // before it, or from the head, where the marks pass over what this walk or one
   // started inside it has done.
-  static uint64_t walks = 0;
-  const uint64_t walk = ++walks;
+  const uint64_t walk = ++UpdateWalks;
   for (SoundStream* stream = ActiveStreamsHead; stream;) {
     if (stream->UpdateWalk >= walk) {
       stream = stream->ActiveNext;

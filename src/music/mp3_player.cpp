@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "base/text.h"
+#include "core/percent.h"
 #include "core/diagnostics.h"
 #include "core/state.h"
 #include "core/test_clip.h"
@@ -241,7 +242,8 @@ LONG qorSound_TestMP3() {
 LONG qorSound_SetVolumeMP3(int volume) {
   if (!MusicLoaded(__func__)) return E_FAIL;
   MP3Volume = volume;
-  MP3Sound->SetVolume(static_cast<float>(volume * 0.01f));
+  // In float, as the player always took it.
+  MP3Sound->SetVolume(static_cast<float>(volume) * POINT_ZERO_ONE);
   return S_OK;
 }
 

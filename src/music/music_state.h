@@ -1,32 +1,9 @@
-// The music player's and the playlist's process-wide state.
+// The music player and the play list: what the rest of the module calls of them.
 #ifndef KXSOUND_MUSIC_MUSIC_STATE_H
 #define KXSOUND_MUSIC_MUSIC_STATE_H
 
-#include <atomic>
-#include <cstdint>
-
+#include "core/state.h"
 #include "kxSoundWin32.h"
-
-class GAudioSound;
-class NamedNode;
-namespace gaudio {
-class GAudio;
-}
-
-extern int GAudioReady;
-extern gaudio::GAudio* GAudioObject;
-extern const uint8_t* TestClipData;
-extern uint32_t TestClipSize;
-extern GAudioSound* MP3Sound;
-extern int MP3Volume;
-// Written by the music library's own thread when a listed file ends.
-extern std::atomic<int32_t> MP3FileFinished;
-extern int MP3ListLoaded;
-extern int MP3ListRandom;
-extern int MP3ListWrap;
-extern NamedNode* MP3List;
-extern int MP3ListCount;
-extern int MP3ListIndex;
 
 // Full path of a music file (256 bytes): absolute when it holds a colon or starts with
 // '/', else under RootFolder; lower case; extension appended unless it occurs in the text. A path

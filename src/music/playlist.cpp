@@ -50,6 +50,14 @@ NamedNode* Advance(NamedNode* node, int n) {
 
 }  // namespace
 
+void ResetPlaylistState() {
+  MP3ListLoaded = MP3ListRandom = MP3ListWrap = 0;
+  MP3List = nullptr;
+  MP3ListCount = 0;
+  MP3ListIndex = -1;
+  ListRandomState = 1;
+}
+
 LONG qorSound_LoadMP3List(const char* path, int wrap) {
   if (!GateInitialized(__func__)) return E_FAIL;
   if (!path) {

@@ -53,7 +53,7 @@ LONG qorSound_PlaySound(void* sound, const void* position, int) {
       return S_OK;
     }
   }
-  SoundStream* stream = entry->AcquireStream(entry->SelectFile(-1), nullptr, STREAM_SINGLE, 0);
+  SoundStream* stream = entry->AcquireStream(entry->SelectFile(-1), nullptr, STREAM_SINGLE, 0, Play3DEnabled);
   if (!stream) return E_FAIL;
   SoundBuffer_SetLooped(stream->Buffer, 0);
   if (SoundLatency != 0) {
@@ -93,7 +93,7 @@ void* qorSound_QueryStream(void* sound, void** slot, ULONG flags) {
   }
   SoundEntry* entry = SoundHandle(sound, __func__);
   if (!entry) return nullptr;
-  SoundStream* stream = entry->AcquireStream(entry->SelectFile(-1), slot, STREAM_STOPPED, flags);
+  SoundStream* stream = entry->AcquireStream(entry->SelectFile(-1), slot, STREAM_STOPPED, flags, Play3DEnabled);
   if (!stream) return nullptr;
   // A held stream always has its 3D processing on, whatever the switch says. Set after
   // acquisition, so that a callback on the way sees the host's own switch.

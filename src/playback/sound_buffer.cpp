@@ -5,13 +5,13 @@
 #include <memory>
 #include <new>
 
+#include "core/percent.h"
 #include "core/state.h"
 #include "dsound/dsound.h"
 #include "kxEngine.h"
 
 namespace {
 
-constexpr float POINT_ZERO_ONE = 0.01f;
 constexpr float LOG_FLOOR = 0.001f;
 
 void Switch3DOn(SoundBuffer* buffer) {
@@ -64,7 +64,7 @@ int LogarithmicVolume(int percent) {
   double x = percent;
   if (x < LOG_FLOOR) x = LOG_FLOOR;
   if (x > 100.0) x = 100.0;
-  return static_cast<int>(2000.0 * std::log10(x * static_cast<double>(POINT_ZERO_ONE)));
+  return static_cast<int>(2000.0 * std::log10(PercentScale(x)));
 }
 
 // ---- SoundBuffer ----
@@ -182,7 +182,7 @@ void SoundBuffer_SetPositionMs(SoundBuffer* buffer, uint32_t milliseconds) {
   buffer->DirectBuffer->SetCurrentPosition(static_cast<DWORD>(byte > UINT32_MAX ? UINT32_MAX : byte));
 }
 
-uint32_t SoundBuffer_GetDurationMs(const SoundBuffer* buffer) { return buffer->DurationMs; }
+uint32_t SoundBuffer_GetDurationMs(const SoundBuffer* buffer) { return buffer ? buffer->DurationMs : 0; }
 
 void SoundBuffer_SetFrequencyPercent(SoundBuffer* buffer, int percent) {
   if (!buffer) return;
@@ -223,7 +223,7 @@ void SoundBuffer_GetVelocity(SoundBuffer* buffer, float* velocity) {
   if (buffer && buffer->Buffer3D) buffer->Buffer3D->GetVelocity(reinterpret_cast<D3DVECTOR*>(velocity));
 }
 
-int SoundBuffer_IsPlaying(SoundBuffer* buffer) { return DevicePlaying(buffer) ? 1 : 0; }
+int SoundBuffer_IsPlaying(SoundBuffer* buffer) { return buffer && DevicePlaying(buffer) ? 1 : 0; }
 
 uint32_t SoundBuffer_GetProgress(SoundBuffer* buffer) {
   if (!buffer || buffer->BufferBytes == 0) return 0;
@@ -239,6 +239,7 @@ void SoundBuffer_SetProgress(SoundBuffer* buffer, uint32_t percent) {
 }
 
 void SoundBuffer_Enable3D(SoundBuffer* buffer, int enable) {
+  if (!buffer) return;
   buffer->Spatialized = enable;
   if (buffer->Buffer3D && DevicePlaying(buffer)) {
     buffer->Buffer3D->SetMode(enable ? DS3DMODE_NORMAL : DS3DMODE_DISABLE, DS3D_IMMEDIATE);
@@ -246,7 +247,7 @@ void SoundBuffer_Enable3D(SoundBuffer* buffer, int enable) {
 }
 
 int SoundBuffer_Is3DEnabled(SoundBuffer* buffer) {
-  if (!buffer->Buffer3D) return 0;
+  if (!buffer || !buffer->Buffer3D) return 0;
   DWORD mode = DS3DMODE_DISABLE;
   buffer->Buffer3D->GetMode(&mode);
   return mode != DS3DMODE_DISABLE ? 1 : 0;

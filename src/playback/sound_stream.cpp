@@ -87,7 +87,7 @@ SoundStream::~SoundStream() {
   StreamsCreated--;
 }
 
-void SoundStream::Assign(int state, void** slot, uint32_t flags) {
+void SoundStream::Assign(int state, void** slot, uint32_t flags, int enable3D) {
   StartTick = GetTickCount();
   Flags = flags;
   State = state;
@@ -96,7 +96,7 @@ void SoundStream::Assign(int state, void** slot, uint32_t flags) {
   ++Use;
   if (slot) *slot = this;
   LinkActive();
-  SoundBuffer_Enable3D(Buffer, Play3DEnabled);
+  SoundBuffer_Enable3D(Buffer, enable3D);
 }
 
 void SoundStream::Stop() {

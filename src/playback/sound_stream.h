@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <new>
 
+#include "base/sound_entry.h"
+#include "core/state.h"
 #include "kxSound.h"
 #include "kxSoundWin32.h"
 
@@ -47,7 +49,7 @@ public:
   static void operator delete(void* memory) noexcept;
   static void operator delete(void* memory, const std::nothrow_t&) noexcept;
 
-  void Assign(int state, void** slot, uint32_t flags);
+  void Assign(int state, void** slot, uint32_t flags, int enable3D);
   void Stop();
   void Release();
   void LinkActive();
@@ -91,18 +93,23 @@ private:
   uint32_t Use;
 };
 
-// The streams in use, in the order of their acquisition.
-extern SoundStream* ActiveStreamsHead;
-extern SoundStream* ActiveStreamsTail;
-// Living stream objects, and the streams walked by the last update.
-extern int StreamsCreated;
-extern int StreamsTotal;
-
 void NotifyStream(QORSOUND_STREAM_EVENT event, void* first, void* second);
 // Releases a held stream for another holder and tells the host. True when the stream
 // still stands free afterwards, for the host may have taken or destroyed it meanwhile.
 bool StealStream(SoundStream* stream);
 // LiveStream that tells the diagnostics sink of a handle that is null or no longer alive.
 SoundStream* CheckedStream(void* handle, const char* operation);
+
+template <typename Fn>
+void SoundEntry::ForEachStream(Fn fn) {
+  if (!StreamChains) return;
+  for (int i = 0; i < NumLoadedFiles; ++i) {
+    for (SoundStream* stream = StreamChains[i]; stream;) {
+      SoundStream* next = stream->ChainNext;
+      fn(stream);
+      stream = next;
+    }
+  }
+}
 
 #endif

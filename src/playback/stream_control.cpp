@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "base/catalogue.h"
+#include "core/percent.h"
 #include "core/diagnostics.h"
 #include "core/state.h"
 #include "playback/playing.h"
@@ -11,18 +12,20 @@
 
 namespace {
 
-constexpr float POINT_ZERO_ONE = 0.01f;
-
 // Which streams an operation refuses besides dead ones: none, one-shots, or every
 // stream that nobody holds (a one-shot, or a free stream whose handle was given back),
 // so that a released handle cannot take its stream out of the pool.
 enum class Refuses { Nothing, OneShots, Unheld };
 
+// What an operation asks of the gate beside a living stream: that sound is switched on, and
+// whether it only reads (a read may ask about a released stream without a word).
+enum GateFlag : unsigned { NEEDS_SOUND = 1u << 0, READS_ONLY = 1u << 1 };
+
 // The checks every operation makes, in this order: the system, the sound switch
 // where asked, a handle of a living stream, and the streams it refuses. A call that only
 // reads may ask about a released stream without a word.
-SoundStream* Checked(void* handle, bool needsSound, Refuses refuses, const char* operation, bool readsOnly = false) {
-  if (!(needsSound ? GateRunning(operation) : GateInitialized(operation))) return nullptr;
+SoundStream* Checked(void* handle, Refuses refuses, const char* operation, unsigned gate = 0) {
+  if (!((gate & NEEDS_SOUND) ? GateRunning(operation) : GateInitialized(operation))) return nullptr;
   SoundStream* stream = CheckedStream(handle, operation);
   if (!stream) return nullptr;
   if (refuses != Refuses::Nothing && stream->State == STREAM_SINGLE) {
@@ -38,7 +41,7 @@ SoundStream* Checked(void* handle, bool needsSound, Refuses refuses, const char*
                operation, handle, stream->Owner->Name);
       return nullptr;
     }
-    if (!readsOnly) {
+    if (!(gate & READS_ONLY)) {
       Diagnose(KXSOUND_DIAG_RELEASED_STREAM,
                "stream %p of sound \"%s\" was released and is free in its pool: %s acts on it all the same", handle,
                stream->Owner->Name, operation);
@@ -47,11 +50,8 @@ SoundStream* Checked(void* handle, bool needsSound, Refuses refuses, const char*
   return stream;
 }
 
-// The stream's scale as stored, and the unrounded value the setter itself uses.
-double PercentScale(int percent) { return static_cast<double>(percent) * static_cast<double>(POINT_ZERO_ONE); }
-
 LONG Start(void* handle, int command, const char* operation) {
-  SoundStream* stream = Checked(handle, true, Refuses::Unheld, operation);
+  SoundStream* stream = Checked(handle, Refuses::Unheld, operation, NEEDS_SOUND);
   if (!stream) return E_FAIL;
   StartAtLevel(stream, command);
   stream->State = STREAM_PLAYING;
@@ -68,7 +68,7 @@ LONG qorSound_PlayStream(void* stream) { return Start(stream, BUFFER_CMD_PLAY, _
 LONG qorSound_ResumeStream(void* stream) { return Start(stream, BUFFER_CMD_RESUME, __func__); }
 
 LONG qorSound_StopStream(void* handle) {
-  SoundStream* stream = Checked(handle, false, Refuses::Unheld, __func__);
+  SoundStream* stream = Checked(handle, Refuses::Unheld, __func__);
   if (!stream) return E_FAIL;
   stream->Stop();
   NotifyStream(STREAM_EVENT_CHANGED, stream, nullptr);
@@ -76,7 +76,7 @@ LONG qorSound_StopStream(void* handle) {
 }
 
 LONG qorSound_PauseStream(void* handle) {
-  SoundStream* stream = Checked(handle, false, Refuses::Unheld, __func__);
+  SoundStream* stream = Checked(handle, Refuses::Unheld, __func__);
   if (!stream) return E_FAIL;
   SoundBuffer_Command(stream->Buffer, BUFFER_CMD_PAUSE);
   stream->State = STREAM_PAUSED;
@@ -86,21 +86,21 @@ LONG qorSound_PauseStream(void* handle) {
 }
 
 LONG qorSound_RewindStream(void* handle) {
-  SoundStream* stream = Checked(handle, false, Refuses::OneShots, __func__);
+  SoundStream* stream = Checked(handle, Refuses::OneShots, __func__);
   if (!stream) return E_FAIL;
   SoundBuffer_Command(stream->Buffer, BUFFER_CMD_REWIND);
   return S_OK;
 }
 
 LONG qorSound_SetStreamProgress(void* handle, int percent) {
-  SoundStream* stream = Checked(handle, false, Refuses::OneShots, __func__);
+  SoundStream* stream = Checked(handle, Refuses::OneShots, __func__);
   if (!stream) return E_FAIL;
   SoundBuffer_SetProgress(stream->Buffer, static_cast<uint32_t>(percent));
   return S_OK;
 }
 
 LONG qorSound_SetStreamPosition(void* handle, const void* position) {
-  SoundStream* stream = Checked(handle, false, Refuses::OneShots, __func__);
+  SoundStream* stream = Checked(handle, Refuses::OneShots, __func__);
   if (!stream || !position) return E_FAIL;
   SoundBuffer_SetPosition(stream->Buffer, static_cast<const float*>(position));
   std::memcpy(stream->LastPosition, position, sizeof stream->LastPosition);
@@ -108,21 +108,21 @@ LONG qorSound_SetStreamPosition(void* handle, const void* position) {
 }
 
 LONG qorSound_SetStreamVelocity(void* handle, const void* velocity) {
-  SoundStream* stream = Checked(handle, false, Refuses::OneShots, __func__);
+  SoundStream* stream = Checked(handle, Refuses::OneShots, __func__);
   if (!stream || !velocity) return E_FAIL;
   SoundBuffer_SetVelocity(stream->Buffer, static_cast<const float*>(velocity));
   return S_OK;
 }
 
 LONG qorSound_GetStreamPosition(void* handle, void* position) {
-  SoundStream* stream = Checked(handle, false, Refuses::Nothing, __func__, true);
+  SoundStream* stream = Checked(handle, Refuses::Nothing, __func__, READS_ONLY);
   if (!stream || !position) return E_FAIL;
   SoundBuffer_GetPosition(stream->Buffer, static_cast<float*>(position));
   return S_OK;
 }
 
 LONG qorSound_GetStreamFile(void* handle, char* name) {
-  SoundStream* stream = Checked(handle, false, Refuses::Nothing, __func__, true);
+  SoundStream* stream = Checked(handle, Refuses::Nothing, __func__, READS_ONLY);
   if (!stream || !name) return E_FAIL;
   const SoundEntry* owner = stream->Owner;
   // The list may have been emptied while the sound stayed logged in.
@@ -140,7 +140,7 @@ LONG qorSound_GetStreamFile(void* handle, char* name) {
 }
 
 LONG qorSound_GetStreamState(void* handle, char* state) {
-  SoundStream* stream = Checked(handle, false, Refuses::Nothing, __func__, true);
+  SoundStream* stream = Checked(handle, Refuses::Nothing, __func__, READS_ONLY);
   if (!stream || !state) return E_FAIL;
   static const char* const TEXTS[] = {"[free]", "[single]", "[stopped]", "[playing]", "[paused]"};
   const char* text = stream->State >= STREAM_FREE && stream->State <= STREAM_PAUSED ? TEXTS[stream->State] : "[???]";
@@ -149,7 +149,7 @@ LONG qorSound_GetStreamState(void* handle, char* state) {
 }
 
 LONG qorSound_SetStreamVolume(void* handle, int percent) {
-  SoundStream* stream = Checked(handle, false, Refuses::Nothing, __func__);
+  SoundStream* stream = Checked(handle, Refuses::Nothing, __func__);
   if (!stream) return E_FAIL;
   stream->VolumeScale = static_cast<float>(PercentScale(percent));
   int level = ScaledPercent(stream->Owner->Volume, PercentScale(percent), VolumeFactor);
@@ -164,7 +164,7 @@ LONG qorSound_SetStreamVolume(void* handle, int percent) {
 }
 
 LONG qorSound_SetStreamVolume2(void* handle, int percent) {
-  SoundStream* stream = Checked(handle, false, Refuses::Nothing, __func__);
+  SoundStream* stream = Checked(handle, Refuses::Nothing, __func__);
   if (!stream) return E_FAIL;
   stream->VolumeScale = static_cast<float>(PercentScale(percent));
   double raised = (LogarithmicVolume(percent) + 10000.0) * static_cast<double>(VolumeFactor) - 10000.0;
@@ -173,7 +173,7 @@ LONG qorSound_SetStreamVolume2(void* handle, int percent) {
 }
 
 LONG qorSound_SetStreamFrequency(void* handle, int percent) {
-  SoundStream* stream = Checked(handle, false, Refuses::Nothing, __func__);
+  SoundStream* stream = Checked(handle, Refuses::Nothing, __func__);
   if (!stream) return E_FAIL;
   stream->FrequencyScale = static_cast<float>(PercentScale(percent));
   SoundBuffer_SetFrequencyPercent(stream->Buffer,
@@ -182,7 +182,7 @@ LONG qorSound_SetStreamFrequency(void* handle, int percent) {
 }
 
 void qorSound_Enable3D(void* handle, int enable) {
-  if (SoundStream* stream = Checked(handle, false, Refuses::Nothing, __func__)) SoundBuffer_Enable3D(stream->Buffer, enable);
+  if (SoundStream* stream = Checked(handle, Refuses::Nothing, __func__)) SoundBuffer_Enable3D(stream->Buffer, enable);
 }
 
 LONG qorSound_Pause3DSounds() {

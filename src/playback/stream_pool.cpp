@@ -157,7 +157,8 @@ SoundStream* SoundEntry::DuplicateStream(int i) {
   return stream;
 }
 
-SoundStream* SoundEntry::AcquireStream(int fileIndex, void** slot, int state, uint32_t flags, SoundStream* self) {
+SoundStream* SoundEntry::AcquireStream(int fileIndex, void** slot, int state, uint32_t flags, int enable3D,
+                                       SoundStream* self) {
   if (!StreamChains && Login() != S_OK) return nullptr;
   if (!Files) {
     Diagnose(KXSOUND_DIAG_NO_ENABLED_FILE, "sound \"%s\" lost its files while logged in: it cannot play", Name);
@@ -208,7 +209,7 @@ SoundStream* SoundEntry::AcquireStream(int fileIndex, void** slot, int state, ui
     // After an event the asking holder may be gone, and its handle variable with it.
     if (self && !asking.Same()) return nullptr;
   }
-  chosen->Assign(state, slot, flags);
+  chosen->Assign(state, slot, flags, enable3D);
   return chosen;
 }
 
