@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "../base/module_fixture.h"
+#include "module_fixture.h"
 #include "kxEngine.h"
 #include "listen.h"
 #include "playback/sound_stream.h"

@@ -1,4 +1,4 @@
-#include "../base/module_fixture.h"
+#include "module_fixture.h"
 #include "ambient/ambients.h"
 #include "kxEngine.h"
 #include "listen.h"
@@ -18,7 +18,6 @@ protected:
   }
   void TearDown() override {
     kxHost_SeedRandom(1);
-    SoundEnabled = 1;
     ModuleTest::TearDown();
   }
   void Sound(const char* name, double seconds) {
@@ -155,7 +154,6 @@ TEST_F(Ambients, TheirStreamsDieWithTheCatalogueUnannounced) {
   events = 0;
   qorSound_SetNotifyCallback([](QORSOUND_STREAM_EVENT, void*, void*) { ++events; });
   ASSERT_EQ(qorSound_Finalize(), S_OK);
-  NotifyCallback = nullptr;
   EXPECT_EQ(events, 0);
   EXPECT_EQ(AmbientList, nullptr);
   EXPECT_EQ(StreamsCreated, 0);

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "../base/module_fixture.h"
+#include "module_fixture.h"
 #include "wave_file.h"
 
 namespace {
@@ -38,8 +38,6 @@ protected:
   void TearDown() override {
     kxHost_SetPrintSink(nullptr);
     kxHost_ClearCommands();
-    UpdateDelay = 50;
-    FrequencyFactor = 1.0f;
     ModuleTest::TearDown();
   }
   // Runs a line and gives what it printed, or "refused".

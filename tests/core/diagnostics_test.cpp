@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "../base/module_fixture.h"
+#include "module_fixture.h"
 #include "core/diagnostics.h"
 #include "kxEngine.h"
 #include "listen.h"
@@ -53,23 +53,14 @@ public:
 
 protected:
   void SetUp() override {
-    // Settings outlive a shutdown; each case starts from those of a fresh process.
-    SoundEnabled = 1;
-    VolumeFactor = 1.0f;
-    MasterVolume = 0;
-    Play3DEnabled = 1;
-    SoundLatency = 0;
-    NotifyCallback = nullptr;
     ModuleTest::SetUp();
     if (HasFatalFailure()) return;
     g_stuckDelta = false;
-    MasterVolumeSet = false;
     AddSound("Bird", Mono());
     AddSound("Bee3D", Mono(), 1);
     kxSound_SetDiagnosticSink(Collect, &heard);
   }
   void TearDown() override {
-    kxSound_SetDiagnosticSink(nullptr, nullptr);
     g_stuckDelta = false;
     ModuleTest::TearDown();
   }

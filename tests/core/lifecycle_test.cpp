@@ -21,6 +21,7 @@ protected:
   }
   void TearDown() override {
     if (SystemInitialized) qorSound_Finalize();
+    ResetProcessState();
   }
   TempDir root;
 };
@@ -61,7 +62,6 @@ TEST_F(Lifecycle, GatedOperationsRefuseUntilStarted) {
   qorSound_Finalize();
   // Settings outlive the system.
   EXPECT_EQ(SoundLatency, 40u);
-  SoundLatency = 0;
 }
 
 int Threads() {

@@ -1,7 +1,7 @@
 // Music heard on the offline music output (device 1).
 #include <cmath>
 
-#include "../base/module_fixture.h"
+#include "module_fixture.h"
 #include "gaudio/gaudio.h"
 #include "listen.h"
 #include "mp3_file.h"

@@ -17,11 +17,11 @@ TEST_F(Levels, VolumeIsHundredthsOfADecibelAndRefusedOutsideItsRange) {
   EXPECT_NEAR(full.left, full.right, 1e-4) << "a plain mono buffer plays centred";
 
   ASSERT_EQ(DS_OK, b->SetVolume(-600));
-  EXPECT_NEAR(-6.0, Db(Listen(200).Both() / full.Both()), 0.5);
+  EXPECT_NEAR(-6.0, Decibels(Listen(200).Both(), full.Both()), 0.5);
 
   EXPECT_EQ(DSERR_INVALIDPARAM, b->SetVolume(1));
   EXPECT_EQ(DSERR_INVALIDPARAM, b->SetVolume(-10001));
-  EXPECT_NEAR(-6.0, Db(Listen(200).Both() / full.Both()), 0.5) << "a refused volume leaves the level";
+  EXPECT_NEAR(-6.0, Decibels(Listen(200).Both(), full.Both()), 0.5) << "a refused volume leaves the level";
 
   ASSERT_EQ(DS_OK, b->SetVolume(DSBVOLUME_MIN));
   EXPECT_EQ(0.0, Listen(200).Both()) << "the bottom of the range is silence";
@@ -87,22 +87,22 @@ TEST_F(Space, DistanceAttenuatesByMinDistanceAndRolloff) {
   EXPECT_NEAR(inside.left, inside.right, 1e-4);
 
   ASSERT_EQ(DS_OK, v->SetPosition(0, 0, 2, DS3D_IMMEDIATE));
-  EXPECT_NEAR(-6.02, Db(Listen(200).Both() / inside.Both()), 0.3);
+  EXPECT_NEAR(-6.02, Decibels(Listen(200).Both(), inside.Both()), 0.3);
 
   // A min distance of 4 puts 2 units inside it again.
   ASSERT_EQ(DS_OK, v->SetMinDistance(4, DS3D_IMMEDIATE));
-  EXPECT_NEAR(0.0, Db(Listen(200).Both() / inside.Both()), 0.3);
+  EXPECT_NEAR(0.0, Decibels(Listen(200).Both(), inside.Both()), 0.3);
 
   ASSERT_EQ(DS_OK, v->SetMinDistance(1, DS3D_IMMEDIATE));
   ASSERT_EQ(DS_OK, listener_->SetRolloffFactor(2, DS3D_IMMEDIATE));
-  EXPECT_NEAR(Db(1.0 / 3), Db(Listen(200).Both() / inside.Both()), 0.3) << "1 / (1 + 2 x (2 - 1))";
+  EXPECT_NEAR(Decibels(1.0, 3), Decibels(Listen(200).Both(), inside.Both()), 0.3) << "1 / (1 + 2 x (2 - 1))";
   ASSERT_EQ(DS_OK, listener_->SetRolloffFactor(0, DS3D_IMMEDIATE));
-  EXPECT_NEAR(0.0, Db(Listen(200).Both() / inside.Both()), 0.3);
+  EXPECT_NEAR(0.0, Decibels(Listen(200).Both(), inside.Both()), 0.3);
 
   EXPECT_EQ(DSERR_INVALIDPARAM, listener_->SetRolloffFactor(10.5f, DS3D_IMMEDIATE));
   EXPECT_EQ(DSERR_INVALIDPARAM, listener_->SetDistanceFactor(0, DS3D_IMMEDIATE));
   EXPECT_EQ(DSERR_INVALIDPARAM, v->SetMinDistance(-1, DS3D_IMMEDIATE));
-  EXPECT_NEAR(0.0, Db(Listen(200).Both() / inside.Both()), 0.3) << "refused settings change nothing";
+  EXPECT_NEAR(0.0, Decibels(Listen(200).Both(), inside.Both()), 0.3) << "refused settings change nothing";
 }
 
 // Left-handed axes: +x right, +y up, +z ahead.
@@ -132,7 +132,7 @@ TEST_F(Space, MaxDistanceClampsOrMutesWhereTheBufferAsks) {
   Level atMax = Listen(200);
   ASSERT_GT(atMax.Both(), 0.01);
   ASSERT_EQ(DS_OK, plain->SetPosition(0, 0, 8, DS3D_IMMEDIATE));
-  EXPECT_NEAR(0.0, Db(Listen(200).Both() / atMax.Both()), 0.3) << "held at the gain of max distance";
+  EXPECT_NEAR(0.0, Decibels(Listen(200).Both(), atMax.Both()), 0.3) << "held at the gain of max distance";
   ASSERT_EQ(DS_OK, buffers_.back()->Stop());
 
   IDirectSound3DBuffer* muting = Voice(0, 0, 3.9f, k3D | DSBCAPS_MUTE3DATMAXDISTANCE);
@@ -153,7 +153,7 @@ TEST_F(Space, DisabledModeIsCentredAndUnattenuated) {
   ASSERT_EQ(DS_OK, v->SetMode(DS3DMODE_DISABLE, DS3D_IMMEDIATE));
   Level off = Listen(200);
   EXPECT_NEAR(off.left, off.right, 1e-4);
-  EXPECT_NEAR(0.0, Db(off.Both() / inside.Both()), 0.3);
+  EXPECT_NEAR(0.0, Decibels(off.Both(), inside.Both()), 0.3);
   EXPECT_EQ(DSERR_INVALIDPARAM, v->SetMode(3, DS3D_IMMEDIATE));
 }
 
@@ -162,19 +162,19 @@ TEST_F(Space, DeferredSettingsWaitForTheCommit) {
   Level near = Listen(200);
   ASSERT_EQ(DS_OK, v->SetPosition(0, 0, 8, DS3D_DEFERRED));
   ASSERT_EQ(DS_OK, listener_->SetRolloffFactor(2, DS3D_DEFERRED));
-  EXPECT_NEAR(0.0, Db(Listen(200).Both() / near.Both()), 0.3);
+  EXPECT_NEAR(0.0, Decibels(Listen(200).Both(), near.Both()), 0.3);
   D3DVECTOR at{};
   ASSERT_EQ(DS_OK, v->GetPosition(&at));
   EXPECT_EQ(8.0f, at.z) << "reads give the value set, committed or not";
 
   ASSERT_EQ(DS_OK, listener_->CommitDeferredSettings());
-  EXPECT_NEAR(Db(1.0 / 15), Db(Listen(200).Both() / near.Both()), 0.3) << "1 / (1 + 2 x (8 - 1))";
+  EXPECT_NEAR(Decibels(1.0, 15), Decibels(Listen(200).Both(), near.Both()), 0.3) << "1 / (1 + 2 x (8 - 1))";
 
   // An immediate setting overrides the deferred one of the same kind.
   ASSERT_EQ(DS_OK, v->SetPosition(0, 0, 30, DS3D_DEFERRED));
   ASSERT_EQ(DS_OK, v->SetPosition(0, 0, 0.5f, DS3D_IMMEDIATE));
   ASSERT_EQ(DS_OK, listener_->CommitDeferredSettings());
-  EXPECT_NEAR(0.0, Db(Listen(200).Both() / near.Both()), 0.3);
+  EXPECT_NEAR(0.0, Decibels(Listen(200).Both(), near.Both()), 0.3);
 }
 
 // Doppler: approaching at half the speed of sound doubles the pitch. The speed of sound is

@@ -53,8 +53,8 @@ TEST_F(Mix, EveryCentredSoundPlaysAtTheSourcesLevelInEachEar) {
     if (c.place) c.place(Part3D(b));
     ASSERT_EQ(DS_OK, b->Play(0, 0, DSBPLAY_LOOPING));
     Level heard = Listen(300);
-    EXPECT_NEAR(0.0, Db(heard.left / kSourceRms), 0.5) << c.name;
-    EXPECT_NEAR(0.0, Db(heard.right / kSourceRms), 0.5) << c.name;
+    EXPECT_NEAR(0.0, Decibels(heard.left, kSourceRms), 0.5) << c.name;
+    EXPECT_NEAR(0.0, Decibels(heard.right, kSourceRms), 0.5) << c.name;
     ASSERT_EQ(DS_OK, b->Stop());
   }
 }
@@ -74,13 +74,13 @@ TEST_F(Mix, TheFarEarFallsSmoothlyAndBehindSoundsAsInFront) {
   }
   for (size_t i = 0; i < around.size(); ++i) {
     const int degrees = static_cast<int>(i) * 15;
-    EXPECT_NEAR(0.0, Db(around[i].right / kSourceRms), 0.2) << degrees << "°: the near ear";
+    EXPECT_NEAR(0.0, Decibels(around[i].right, kSourceRms), 0.2) << degrees << "°: the near ear";
     const Level& mirror = around[around.size() - 1 - i];
-    EXPECT_NEAR(Db(around[i].Both() / mirror.Both()), 0.0, 1.0) << degrees << "° against " << 180 - degrees << "°";
+    EXPECT_NEAR(Decibels(around[i].Both(), mirror.Both()), 0.0, 1.0) << degrees << "° against " << 180 - degrees << "°";
     if (degrees == 90) continue;
-    EXPECT_GT(Db(around[i].left / kSourceRms), -40.0) << degrees << "°: the far ear still hears it";
+    EXPECT_GT(Decibels(around[i].left, kSourceRms), -40.0) << degrees << "°: the far ear still hears it";
     if (degrees < 90 && i > 0) {
-      const double fall = Db(around[i - 1].left / around[i].left);
+      const double fall = Decibels(around[i - 1].left, around[i].left);
       EXPECT_GT(fall, 0.5) << degrees << "°: falls all the way";
       EXPECT_LT(fall, 15.0) << degrees << "°: without a cliff";
     }
@@ -115,7 +115,7 @@ TEST_F(Mix, NoAliasOrImageAtAnyRateOrPitch) {
     const std::string what = std::to_string(c.rate) + " Hz at pitch " + std::to_string(c.pitch);
     const Spectrum spectrum(steady, kMixRate);
     EXPECT_LT(spectrum.WorstSpuriousDb(expected), -50.0) << what;
-    EXPECT_NEAR(Db(spectrum.ToneRms(expected.back()) / (kSourceRms / static_cast<double>(tones.size()))), 0.0, 0.5)
+    EXPECT_NEAR(Decibels(spectrum.ToneRms(expected.back()), kSourceRms / static_cast<double>(tones.size())), 0.0, 0.5)
         << what << ": the tone at its level";
     ASSERT_EQ(DS_OK, b->Stop());
   }
@@ -195,7 +195,7 @@ TEST_F(Mix, ALoopIsSeamlessAtAnyRate) {
     double worst = 0;
     for (size_t i = kMixRate / 100; i < heard.Left.size(); ++i)
       worst = std::max(worst, std::fabs(heard.Left[i] - kAmplitude * std::sin(2 * M_PI * c.hz * i / kMixRate)));
-    EXPECT_LT(Db(worst / kAmplitude), -60.0) << c.rate << " Hz, " << c.frames << " frames";
+    EXPECT_LT(Decibels(worst, kAmplitude), -60.0) << c.rate << " Hz, " << c.frames << " frames";
     ASSERT_EQ(DS_OK, b->Stop());
   }
 }

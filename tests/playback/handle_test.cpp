@@ -86,7 +86,6 @@ TEST_P(ReleasedHandles, LeaveTheirStreamInThePool) {
   EXPECT_STREQ(state, "[free]");
   EXPECT_EQ(ActiveStreamsHead, nullptr);
   EXPECT_EQ(Listen(100).Rms(0.01), 0.0) << "silent once the release has faded";
-  NotifyCallback = nullptr;
 }
 
 INSTANTIATE_TEST_SUITE_P(ByEveryChange, ReleasedHandles, ::testing::ValuesIn(CHANGES),

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <functional>
 
-#include "../base/module_fixture.h"
+#include "module_fixture.h"
 #include "kxEngine.h"
 #include "listen.h"
 #include "wave_file.h"

@@ -69,11 +69,6 @@ protected:
     ASSERT_EQ(StreamsCreated, 0) << "streams of an earlier module are still alive";
   }
   void TearDown() override {
-    // These switches are process-wide and outlive the module.
-    SoundEnabled = Play3DEnabled = 1;
-    ShowStatistic = MasterVolume = 0;
-    VolumeFactor = 1.0f;
-    NotifyCallback = nullptr;
     onEvent = nullptr;
     kxHost_SeedRandom(1);
     BufferTest::TearDown();

@@ -1,10 +1,11 @@
 // A running module on the offline output, with wave files made on demand.
 #pragma once
 
-#include "../base/module_fixture.h"
+#include "module_fixture.h"
 #include "dsound/dsound.h"
 #include "listen.h"
 #include "playback/sound_buffer.h"
+#include "playback/sound_stream.h"
 #include "wave_file.h"
 
 class BufferTest : public ModuleTest {

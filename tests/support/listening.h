@@ -18,8 +18,6 @@ struct Level {
   double Both() const { return std::sqrt((left * left + right * right) / 2); }
 };
 
-inline double Db(double ratio) { return 20.0 * std::log10(ratio); }
-
 class ListeningTest : public ::testing::Test {
 protected:
   static constexpr uint32_t kRate = 22050;     // of the test buffers

@@ -16,10 +16,9 @@
 class ModuleTest : public ::testing::Test {
 protected:
   void SetUp() override {
-    // The page table outlives the module on purpose; a test starts from none.
-    std::memset(PageTable, 0, sizeof PageTable);
-    PageCount = 0;
-    std::memset(EarsPosition, 0, sizeof EarsPosition);
+    // Settings and the page table outlive a shutdown on purpose; a test starts as a fresh
+    // process would.
+    ResetProcessState();
     kxHost_SetRootFolder(root.path().c_str());
     kxHost_SetAudioOutput("offline");
     kxHost_SetManualClock(1);
@@ -27,6 +26,7 @@ protected:
   }
   void TearDown() override {
     if (SystemInitialized) qorSound_Finalize();
+    ResetProcessState();
   }
 
   // Creates a sound under exactly this name.

@@ -1,4 +1,4 @@
-#include "../base/module_fixture.h"
+#include "module_fixture.h"
 #include "wave_file.h"
 
 namespace {
