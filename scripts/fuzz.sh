@@ -6,7 +6,7 @@
 #
 #   scripts/fuzz.sh [SECONDS]          build the harnesses (build/fuzz) and run them all
 #   FUZZ_ONLY=WaveLoader scripts/fuzz.sh 60   only the harnesses whose name holds that text
-#   FUZZ_RUNS=1000000 scripts/fuzz.sh  that many executions per harness instead of a time
+#   FUZZ_RUNS=10000000 scripts/fuzz.sh 1800   that many executions per harness, or the time if sooner
 #
 # The harnesses are built with clang, optimised, with AddressSanitizer and
 # UndefinedBehaviorSanitizer. Each line of the summary gives the executions, their rate,
@@ -44,7 +44,7 @@ for name in "${targets[@]}"; do
   corpus=$corpora/$name
   mkdir -p "$corpus"
   limit=("-max_total_time=$seconds")
-  [ -n "${FUZZ_RUNS:-}" ] && limit=("-runs=$FUZZ_RUNS")
+  [ -n "${FUZZ_RUNS:-}" ] && limit+=("-runs=$FUZZ_RUNS")
   log=$(mktemp)
   # A unit that runs for 20 s is a finding: no input of these sizes needs that long.
   if ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
