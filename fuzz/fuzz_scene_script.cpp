@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "common/words.h"
 #include "fuzz_support.h"
 #include "scene/scene_script.h"
 #include "scene/scene_session.h"
@@ -42,10 +43,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (waits != totalMs) std::abort();
 
   for (const std::string& line : Lines(data, size, 16)) {
-    std::vector<std::string> words = SplitWords(line);
+    std::vector<std::string> words = kx::splitWords(line);
     std::string quoted;
     for (const std::string& word : words) quoted += "\"" + word + "\" ";
-    if (SplitWords(quoted) != words) std::abort();
+    if (kx::splitWords(quoted) != words) std::abort();
   }
   return 0;
 }
