@@ -105,17 +105,16 @@ TEST_F(Buffers, LengthsAndProgressInWholeUnits) {
   EXPECT_EQ(Cursor(second), 22048u) << "byte 22050, moved back to the start of its frame";
 }
 
-TEST_F(Buffers, DuplicatesShareSamplesButNotState) {
+// That the samples are shared is the stand-in's own, proved in tests/platform.
+TEST_F(Buffers, DuplicatesKeepTheFrequencyButNotTheState) {
   SoundBuffer* buffer = Load(1.0, 1);
   ASSERT_NE(buffer, nullptr);
-  uint64_t samples = kxDSound_SampleBytes();
   int32_t created = SoundsCreated();
   buffer->Looped = 1;
   buffer->SavedCursor = 400;
   buffer->BaseFrequency = 12345;
   SoundBuffer* copy = Keep(SoundBuffer_Duplicate(buffer));
   ASSERT_NE(copy, nullptr);
-  EXPECT_EQ(kxDSound_SampleBytes(), samples);
   EXPECT_EQ(SoundsCreated(), created + 1);
   EXPECT_EQ(copy->Looped, 0);
   EXPECT_EQ(copy->SavedCursor, 0u);
