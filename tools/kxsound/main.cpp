@@ -42,8 +42,8 @@ const OptionSpec kOptions[] = {
     {TOOL, "--tool", nullptr, "starts the module in tool mode, which registers no console commands"},
     {TRACE, "--trace", nullptr, "prints each stream event by name, with the sound and file of each stream"},
     {STRICT, "--strict", nullptr, "stops at the first failure of any kind with FILE:LINE: and exit status 1"},
-    {QUIET, "--quiet", nullptr, "keeps the module's diagnostics off standard error"},
     {PORT, "--port", "N", "the port to listen on at 127.0.0.1 (default: a free one)"},
+    {QUIET, "--quiet", nullptr, "keeps the module's diagnostics off standard error"},
 };
 
 struct CommandSpec {

@@ -95,13 +95,6 @@ struct StudioServer::Impl {
                        "printed (it ends in ?token=...) and work in that page.");
       return httplib::Server::HandlerResponse::Handled;
     }
-    if (req.path == "/api/upload" && std::strtoull(req.get_header_value("Content-Length").c_str(), nullptr, 10) > Options.UploadLimit) {
-      Refuse(res, 413, "Refused: the file is larger than the studio takes (" +
-                           std::to_string(Options.UploadLimit / (1024 * 1024)) + " MB).");
-      // The body was not read; the connection cannot carry another request.
-      res.set_header("Connection", "close");
-      return httplib::Server::HandlerResponse::Handled;
-    }
     return httplib::Server::HandlerResponse::Unhandled;
   }
 
@@ -122,9 +115,12 @@ struct StudioServer::Impl {
   void Routes() {
     StudioSession& s = *Session;
     Http.set_pre_routing_handler([this](const httplib::Request& req, httplib::Response& res) { return Guard(req, res); });
-    Http.set_payload_max_length(Options.UploadLimit + 4096);
-    Http.set_error_handler([](const httplib::Request&, httplib::Response& res) {
-      if (res.body.empty() && res.status == 413) Refuse(res, 413, "Refused: the request is larger than the studio takes.");
+    // A larger body is read to its end and dropped, so the browser gets the answer, not a broken connection.
+    Http.set_payload_max_length(Options.UploadLimit);
+    Http.set_error_handler([this](const httplib::Request&, httplib::Response& res) {
+      if (res.body.empty() && res.status == 413)
+        Refuse(res, 413, "Refused: the file is larger than the studio takes (" +
+                             std::to_string(Options.UploadLimit / (1024 * 1024)) + " MB).");
       else if (res.body.empty() && res.status == 404) Refuse(res, 404, "There is no such page.");
     });
     Http.Get("/", [this](const httplib::Request& req, httplib::Response& res) {
