@@ -3,7 +3,9 @@
 set -euo pipefail
 packages=(cmake ninja-build g++ clang libclang-rt-14-dev pkg-config
           libgtest-dev libbenchmark-dev libopenal-dev libmpg123-dev libsoxr-dev nlohmann-json3-dev lame
-          libx11-dev)
+          libx11-dev libcpp-httplib-dev libsndfile1-dev chromium)
+# The studio's browser tests run on Node; a machine that has it from elsewhere keeps it.
+command -v npm >/dev/null 2>&1 || packages+=(nodejs npm)
 missing=()
 for p in "${packages[@]}"; do
   dpkg -s "$p" >/dev/null 2>&1 || missing+=("$p")

@@ -14,6 +14,11 @@ cmake -S . -B build/plain -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKX_BUILD_
 cmake --build build/plain
 (cd build/plain && ctest --output-on-failure -j2) | tee -a "$log"
 
+echo "== the studio in a browser =="
+# Playwright from the npm registry drives Debian's chromium; it downloads no browser.
+(cd tests/browser && PLAYWRIGHT_SKIP_BROWSER_DOWNLOAD=1 npm ci --no-audit --no-fund --silent &&
+  KXSOUND="$PWD/../../build/plain/bin/kxsound" npx playwright test)
+
 echo "== sanitizer build =="
 CC=clang CXX=clang++ cmake -S . -B build/sanitize -G Ninja -DCMAKE_BUILD_TYPE=Debug \
   -DKX_SANITIZE=ON -DKX_BUILD_FUZZ=ON -DKX_BUILD_TESTS=ON -DKX_WERROR=ON >/dev/null

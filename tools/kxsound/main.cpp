@@ -23,6 +23,7 @@ enum OptionBit : unsigned {
   TRACE = 1u << 5,
   STRICT = 1u << 6,
   QUIET = 1u << 7,
+  PORT = 1u << 8,
 };
 
 struct OptionSpec {
@@ -41,6 +42,7 @@ const OptionSpec kOptions[] = {
     {TOOL, "--tool", nullptr, "starts the module in tool mode, which registers no console commands"},
     {TRACE, "--trace", nullptr, "prints each stream event by name, with the sound and file of each stream"},
     {STRICT, "--strict", nullptr, "stops at the first failure of any kind with FILE:LINE: and exit status 1"},
+    {PORT, "--port", "N", "the port to listen on at 127.0.0.1 (default: a free one)"},
     {QUIET, "--quiet", nullptr, "keeps the module's diagnostics off standard error"},
 };
 
@@ -64,6 +66,8 @@ const CommandSpec kCommands[] = {
     {"import", "FILE", ROOT | QUIET, "replaces the catalogue with a JSON file", RunImport},
     {"make-sample", nullptr, ROOT | QUIET, "writes a small sample catalogue and its wave files where none is",
      RunMakeSample},
+    {"studio", nullptr, ROOT | PORT | QUIET, "serves kxSound Studio, the catalogue editor, to a browser on this machine",
+     RunStudio},
     {"help", "[COMMAND]", 0, "this text, or the options of one command", nullptr},
 };
 
@@ -165,6 +169,14 @@ int main(int argc, char** argv) {
             return Refuse(std::string("--seed takes a whole number, not '") + value + "'", command->Name);
           options.Seed = static_cast<uint32_t>(seed);
           options.Seeded = true;
+          break;
+        }
+        case PORT: {
+          char* end = nullptr;
+          long port = std::strtol(value, &end, 10);
+          if (!*value || *end || port < 1 || port > 65535)
+            return Refuse(std::string("--port takes a number from 1 to 65535, not '") + value + "'", command->Name);
+          options.Port = static_cast<int>(port);
           break;
         }
         case TOOL: options.Tool = true; break;

@@ -15,6 +15,7 @@ struct CommonOptions {
   bool Quiet = false;      // no diagnostics on standard error
   bool Seeded = false;     // a seed was given
   uint32_t Seed = 0;
+  int Port = 0;            // studio: 0 for any free port
 };
 
 // The folder a message names: the root, or "." for the current one.
@@ -36,3 +37,5 @@ int RunConsole(const CommonOptions& options);
 int RunScript(const CommonOptions& options);
 int RunDemo(const CommonOptions& options);
 int RunWhy(const CommonOptions& options);
+// The studio's own folder: studio/studio_command.cpp.
+int RunStudio(const CommonOptions& options);

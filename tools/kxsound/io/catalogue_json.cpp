@@ -306,14 +306,8 @@ void AddFiles(const SoundRecord& record) {
   }
 }
 
-void AddSound(const SoundRecord& record) {
-  char name[256];
-  std::memcpy(name, record.Name.c_str(), record.Name.size() + 1);
-  qorSound_CreateNewSound(name);
-  // The module renames a sound whose name is taken rather than refuse it.
-  if (record.Name != name) {
-    throw ValueError("the name is taken by an earlier sound (A-Z case does not count)");
-  }
+// The fields the record holds, through the module's setters; the files are left alone.
+void StoreParameters(const SoundRecord& record) {
   const char* n = record.Name.c_str();
   if (record.Enabled) qorSound_SetSoundEnabled(n, *record.Enabled);
   if (record.Page) qorSound_SetSoundPage(n, *record.Page);
@@ -331,6 +325,17 @@ void AddSound(const SoundRecord& record) {
       throw ValueError("an empty comment cannot be stored (the module keeps it as none): write null");
     }
   }
+}
+
+void AddSound(const SoundRecord& record) {
+  char name[256];
+  std::memcpy(name, record.Name.c_str(), record.Name.size() + 1);
+  qorSound_CreateNewSound(name);
+  // The module renames a sound whose name is taken rather than refuse it.
+  if (record.Name != name) {
+    throw ValueError("the name is taken by an earlier sound (A-Z case does not count)");
+  }
+  StoreParameters(record);
   AddFiles(record);
 }
 
@@ -410,6 +415,47 @@ bool BuildCatalogue(const CatalogueRecord& catalogue, std::string* error) {
     return true;
   } catch (const ValueError& failure) {
     *error = failure.what();
+    return false;
+  }
+}
+
+CatalogueJson SoundAsJson(const std::string& name) {
+  diagnostics::Mute quiet;
+  return ExportSound(name);
+}
+
+bool StoreSoundFields(const std::string& name, const CatalogueJson& fields, bool store, std::vector<std::string>* notes,
+                      std::string* error) {
+  try {
+    if (!fields.is_object()) throw ValueError("the fields must be a JSON object");
+    CatalogueJson withName = fields;
+    withName["name"] = EncodeBytes(name);
+    withName.erase("files");
+    SoundRecord record = ReadSound(withName, 0);
+    record.Label.clear();
+    NoteUnusedValues(record, PageNames().size());
+    *notes = record.Notes;
+    if (!store) return true;
+    // The distances are judged by the module as they are set; a refusal puts back what was there.
+    CatalogueJson before = ExportSound(name);
+    before.erase("files");
+    try {
+      StoreParameters(record);
+    } catch (const ValueError&) {
+      SoundRecord old = ReadSound(before, 0);
+      StoreParameters(old);
+      if (!old.Comment) qorSound_SetSoundComments(name.c_str(), "");
+      throw;
+    }
+    // Only an edit can take a comment away; an imported sound starts without one.
+    auto comment = fields.find("comment");
+    if (comment != fields.end() && comment->is_null()) qorSound_SetSoundComments(name.c_str(), "");
+    return true;
+  } catch (const std::exception& failure) {
+    std::string text = failure.what();
+    // The label names a position in an import file, which an edit has not.
+    if (text.compare(0, 11, "sounds[0] (") == 0) text.erase(0, text.find("): ") + 3);
+    *error = text;
     return false;
   }
 }

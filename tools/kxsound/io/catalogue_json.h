@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "catalogue_json_values.h"
+
 // The document read into plain values.
 struct FileRecord {
   std::string Path;
@@ -45,3 +47,12 @@ bool ExportCatalogueText(std::string* text, std::string* error);
 
 // The catalogue in memory as text, to tell whether it changed.
 std::string CatalogueSnapshot();
+
+// One sound of the running module as the export writes it: every stored field and its files.
+CatalogueJson SoundAsJson(const std::string& name);
+// Reads fields of one sound as the import reads them (a "comment" of null removes it; "name"
+// and "files" are not taken) and, with store, sets them through the module's setters. notes:
+// values stored as given that the module will not use so. False, with the reason and nothing
+// stored, when a value cannot be taken.
+bool StoreSoundFields(const std::string& name, const CatalogueJson& fields, bool store, std::vector<std::string>* notes,
+                      std::string* error);
