@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
-# Lines of tests against lines of code: non-blank, non-comment lines of C, C++ and shell files,
+# Lines of tests against lines of code: non-blank, non-comment lines of C, C++, JavaScript and
+# shell files,
 # tests/ against src/ platform/ engine/ tools/ include/.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 count() {
-  git ls-files -co --exclude-standard -- "$@" | grep -E '\.(c|cc|cpp|h|hpp|sh)$' | while read -r f; do
+  git ls-files -co --exclude-standard -- "$@" | grep -E '\.(c|cc|cpp|h|hpp|sh|js|mjs)$' | while read -r f; do
     [ -f "$f" ] || continue
     case "$f" in
       *.sh) awk '!/^[[:space:]]*(#|$)/' "$f" ;;
