@@ -161,6 +161,7 @@ TEST(CatalogueJson, ImportOfAnExportRewritesTheSameBaseFileByteForByte) {
 
   Outcome exported = Kxsound({"export", "--root", source.path()});
   ASSERT_EQ(exported.Code, 0) << exported.Err;
+  EXPECT_EQ(exported.Err, "") << "a healthy catalogue exports without a word on standard error";
   const std::string& json = exported.Out;
   // Shortest text for a float; bytes that are not UTF-8 as hex; other text as it is.
   EXPECT_NE(json.find("\"minDistance\": 0.1,"), std::string::npos);

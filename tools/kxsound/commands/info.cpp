@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "commands/commands.h"
+#include "io/diagnostics.h"
 #include "kxHost.h"
 #include "kxSound.h"
 #include "kxSoundWin32.h"
@@ -41,6 +42,8 @@ void PrintSound(const std::string& name, int page) {
               qorSound_Get3D(n), minimum, maximum);
   if (const char* comment = qorSound_GetSoundComments(n)) std::printf("    comment: %s\n", comment);
   char path[64];
+  // The module has no count of files: the index one past the last ends the walk, and is no mistake.
+  diagnostics::Mute quiet;
   for (int i = 0; qorSound_GetFile(n, path, i) == S_OK; ++i) {
     std::printf("    file %d [%s] %s\n", i, qorSound_IsFileEnabled(n, i) ? "on" : "off", path);
   }
