@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds twice (plain, and with AddressSanitizer and
-# UndefinedBehaviorSanitizer under clang), runs every test in both, fuzzes each parser
-# for a bounded time, runs the music thread under ThreadSanitizer, and checks that an
-# installed copy can be built against: a consumer and the example host, which runs headless.
+# UndefinedBehaviorSanitizer under clang; warnings are errors in both), runs every test in
+# both and the studio in headless Chromium, fuzzes each parser for a bounded time, runs the
+# music thread under ThreadSanitizer, and checks that an installed copy can be built
+# against: a consumer and the example host, which runs headless.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/install-deps.sh
