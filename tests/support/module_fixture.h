@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstring>
+#include <initializer_list>
 #include <string>
 
 #include "base/catalogue.h"
@@ -12,6 +14,7 @@
 #include "kxHost.h"
 #include "kxSound.h"
 #include "temp_dir.h"
+#include "wave_file.h"
 
 class ModuleTest : public ::testing::Test {
 protected:
@@ -35,6 +38,20 @@ protected:
     std::strcpy(buffer, name);
     qorSound_CreateNewSound(buffer);
     ASSERT_STREQ(buffer, name);
+  }
+  // A sound of one mono sine file per tone, sounds\<name><i>.wav.
+  void ToneSound(const char* name, std::initializer_list<double> tones, double seconds = 1.0) {
+    Create(name);
+    int i = 0;
+    for (double hz : tones) {
+      WaveShape shape;
+      shape.Data = Tone(hz, seconds, 22050, 1, 16, 0.5);
+      char path[64];
+      std::snprintf(path, sizeof path, "sounds/%s%d.wav", name, i);
+      WriteWave(root, path, shape);
+      std::snprintf(path, sizeof path, "sounds\\%s%d.wav", name, i++);
+      ASSERT_EQ(qorSound_AddFile(name, path), S_OK);
+    }
   }
   SoundEntry* Entry(const char* name) { return FindSoundEntry(name, false); }
   // Restarts the module on the same root, in tool mode or not.
