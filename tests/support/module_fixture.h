@@ -7,6 +7,7 @@
 #include <cstring>
 #include <initializer_list>
 #include <string>
+#include <vector>
 
 #include "base/catalogue.h"
 #include "base/pages.h"
@@ -52,6 +53,21 @@ protected:
       std::snprintf(path, sizeof path, "sounds\\%s%d.wav", name, i++);
       ASSERT_EQ(qorSound_AddFile(name, path), S_OK);
     }
+  }
+  // The catalogue's sound and page names, in its order, as a host enumerates them.
+  static std::vector<std::string> SoundNames() {
+    static std::vector<std::string>* names;
+    std::vector<std::string> seen;
+    names = &seen;
+    qorSound_EnumerateSounds([](char* name, int) { names->emplace_back(name); });
+    return seen;
+  }
+  static std::vector<std::string> PageNames() {
+    static std::vector<std::string>* names;
+    std::vector<std::string> seen;
+    names = &seen;
+    qorSound_EnumeratePages([](char* name) { names->emplace_back(name); });
+    return seen;
   }
   SoundEntry* Entry(const char* name) { return FindSoundEntry(name, false); }
   // Restarts the module on the same root, in tool mode or not.
