@@ -4,7 +4,7 @@
 
 namespace {
 
-int told;           // stream events sent
+int told;  // stream events sent
 bool logoutOnRelease;
 std::string released;  // the state of the last released stream when its event came
 
@@ -21,13 +21,13 @@ void Tell(QORSOUND_STREAM_EVENT kind, void* stream, void*) {
 void ExpectDead(void* stream) {
   float v[3] = {0, 0, 0};
   char text[64];
-  for (LONG result : {qorSound_PlayStream(stream), qorSound_ResumeStream(stream), qorSound_StopStream(stream),
-                      qorSound_PauseStream(stream), qorSound_RewindStream(stream),
-                      qorSound_SetStreamProgress(stream, 50), qorSound_SetStreamPosition(stream, v),
-                      qorSound_SetStreamVelocity(stream, v), qorSound_GetStreamPosition(stream, v),
-                      qorSound_GetStreamFile(stream, text), qorSound_GetStreamState(stream, text),
-                      qorSound_SetStreamVolume(stream, 50), qorSound_SetStreamVolume2(stream, 50),
-                      qorSound_SetStreamFrequency(stream, 50)}) {
+  for (LONG result :
+       {qorSound_PlayStream(stream), qorSound_ResumeStream(stream), qorSound_StopStream(stream),
+        qorSound_PauseStream(stream), qorSound_RewindStream(stream), qorSound_SetStreamProgress(stream, 50),
+        qorSound_SetStreamPosition(stream, v), qorSound_SetStreamVelocity(stream, v),
+        qorSound_GetStreamPosition(stream, v), qorSound_GetStreamFile(stream, text),
+        qorSound_GetStreamState(stream, text), qorSound_SetStreamVolume(stream, 50),
+        qorSound_SetStreamVolume2(stream, 50), qorSound_SetStreamFrequency(stream, 50)}) {
     EXPECT_EQ(result, E_FAIL);
   }
   qorSound_Enable3D(stream, 0);

@@ -378,9 +378,9 @@ TEST_F(Streams, TheOverlayListsTheSoundsInUse) {
   Held("beta", &beta);
   const float where[3] = {3, 4, -5};
   ASSERT_EQ(qorSound_SetStreamPosition(beta, where), S_OK);
-  EXPECT_EQ(Overlay(), (Lines{"0.300 0.040 FFFF8040 sounds\\alpha0.wav: 1/1", "0.300 0.060 FFFF8040 sounds\\beta0.wav: 1/1",
-                              "0.700 0.060 FFFF8040 (3, 4, -5)", "0.300 0.080 FFFF8040 Total Streams: 2",
-                              "0.300 0.100 FFFF8040 Streams created: 3"}));
+  EXPECT_EQ(Overlay(), (Lines{"0.300 0.040 FFFF8040 sounds\\alpha0.wav: 1/1",
+                              "0.300 0.060 FFFF8040 sounds\\beta0.wav: 1/1", "0.700 0.060 FFFF8040 (3, 4, -5)",
+                              "0.300 0.080 FFFF8040 Total Streams: 2", "0.300 0.100 FFFF8040 Streams created: 3"}));
 
   // A stopped held stream is in use but silent, and shows no position.
   ASSERT_EQ(qorSound_StopStream(beta), S_OK);
