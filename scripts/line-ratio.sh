@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
 # Lines of tests against lines of code: non-blank, non-comment lines of C, C++, JavaScript and
-# shell files,
-# tests/ against src/ platform/ engine/ tools/ include/.
+# shell files, tests/ against src/ platform/ engine/ tools/ include/.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

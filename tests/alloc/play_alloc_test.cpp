@@ -122,21 +122,15 @@ protected:
     if (HasFatalFailure()) return;
     void* frame;
     backtrace(&frame, 1);  // its first call loads the unwinder, which allocates
-    AddSound("shot", "shot.wav", 0, 2);
-    AddSound("step", "step.wav", 1, 3);
+    AddSound("shot", 0, 2);
+    AddSound("step", 1, 3);
     // Whatever a play might still want from the disk is gone.
     std::filesystem::remove_all(root.file("sounds"));
     ASSERT_EQ(qorSound_FindSound("shot", &shot), S_OK);
     ASSERT_EQ(qorSound_FindSound("step", &step), S_OK);
   }
-  void AddSound(const char* name, const char* file, int is3D, int streams) {
-    WaveShape shape;
-    shape.Data = Tone(440, 0.2, 22050, 1, 16, 0.5);
-    WriteWave(root, std::string("sounds/") + file, shape);
-    Create(name);
-    char path[64] = "sounds\\";
-    std::strcat(path, file);
-    ASSERT_EQ(qorSound_AddFile(name, path), S_OK);
+  void AddSound(const char* name, int is3D, int streams) {
+    ToneSound(name, {440}, 0.2);
     qorSound_Set3D(name, is3D);
     qorSound_SetNumStreams(name, streams);
     ASSERT_EQ(qorSound_LoginSound(name), S_OK);

@@ -13,21 +13,12 @@ protected:
     ModuleTest::SetUp();
     // Ticks measured from here: the first frame's delta is its own step.
     kxHost_Advance(10);
-    Sound("wind", 0.1);
-    Sound("rain", 0.1);
+    ToneSound("wind", {330}, 0.1);
+    ToneSound("rain", {330}, 0.1);
   }
   void TearDown() override {
     kxHost_SeedRandom(1);
     ModuleTest::TearDown();
-  }
-  void Sound(const char* name, double seconds) {
-    Create(name);
-    WaveShape shape;
-    shape.Data = Tone(330, seconds, 22050, 1, 16, 0.5);
-    char path[64];
-    std::snprintf(path, sizeof path, "%s.wav", name);
-    WriteWave(root, path, shape);
-    qorSound_AddFile(name, path);
   }
   static AmbientEntry* Find(const char* name) {
     return static_cast<AmbientEntry*>(NamedNode::Find(AmbientList, name, 256));

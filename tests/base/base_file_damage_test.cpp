@@ -62,7 +62,7 @@ protected:
     root.write("Sounds.qorSound", bytes);
     return qorSound_LoadBase();
   }
-  int Sounds() { return SoundList ? SoundList->Count() : 0; }
+  static int Sounds() { return static_cast<int>(SoundNames().size()); }
   void ExpectStableRoundTrip(const std::string& what) {
     ASSERT_EQ(qorSound_SaveBase(), S_OK) << what;
     std::vector<uint8_t> first = root.read("Sounds.qorSound");

@@ -167,27 +167,11 @@ TEST_F(BaseFile, OfTwoEqualNamesTheFirstIsFoundUntilItGoes) {
   EXPECT_EQ(qorSound_GetVolume("RENAMED"), 3);
 }
 
-TEST_F(BaseFile, RefusedFilesLeaveWhatWasReadBefore) {
+// What a cut or damaged file keeps is proved in base_file_damage_test.
+TEST_F(BaseFile, TheMarkIsCompared) {
   Create("old");
-  std::vector<uint8_t> bytes = BaseFileBuilder().Header(0, 0, "qorsound File").Bytes;
-  EXPECT_EQ(LoadBytes(bytes), E_FAIL);
-  EXPECT_EQ(SoundList, nullptr) << "the old catalogue goes before the file is read";
-
-  StoredSound s;
-  BaseFileBuilder file;
-  file.Header(3, 0);
-  for (const char* name : {"one", "two", "three"}) {
-    s.Name = name;
-    file.Sound(s);
-  }
-  file.Bytes.resize(file.Bytes.size() - 100);
-  EXPECT_EQ(LoadBytes(file.Bytes), E_FAIL);
-  ASSERT_NE(SoundList, nullptr);
-  EXPECT_EQ(SoundList->Count(), 2);
-
-  EXPECT_EQ(LoadBytes(std::vector<uint8_t>(5000, 0)), E_FAIL);
-  root.write("Sounds.qorSound", std::vector<uint8_t>());
-  EXPECT_EQ(qorSound_LoadBase(), E_FAIL);
+  EXPECT_EQ(LoadBytes(BaseFileBuilder().Header(0, 0, "qorsound File").Bytes), E_FAIL);
+  EXPECT_EQ(qorSound_FindSound("old", nullptr), E_FAIL) << "the old catalogue goes before the file is read";
 }
 
 TEST_F(BaseFile, APageTableCutShortKeepsTheRecordsThatWereRead) {
@@ -241,12 +225,6 @@ TEST_F(BaseFile, BadCountsAndMissingTerminatorsStayInsideTheirFields) {
   ASSERT_EQ(LoadBytes(oneSound(-4, 3, 0, {'x', 'y', 'z'})), S_OK);
   EXPECT_EQ(PageCount, 0);
   EXPECT_STREQ(qorSound_GetSoundComments("c"), "xyz");
-  // Negative and absurd counts fail the sound like a short read.
-  for (auto [commentLength, fileCount] : {std::pair{-1, 0}, {0, -1}, {0x7FFFFFFF, 0}, {0, 0x7FFFFFFF}}) {
-    EXPECT_EQ(LoadBytes(oneSound(0, commentLength, fileCount, std::vector<uint8_t>(64, 0))), E_FAIL)
-        << commentLength << " " << fileCount;
-    EXPECT_EQ(SoundList, nullptr);
-  }
 }
 
 }  // namespace

@@ -50,9 +50,8 @@ TEST_F(FileList, APathThatDoesNotFitARecordIsRefusedWhole) {
   std::strcpy(buffer, tooLong.c_str());
   EXPECT_EQ(qorSound_AddFile("s", buffer), E_FAIL);
   EXPECT_EQ(buffer, tooLong);
-  SoundEntry* entry = Entry("s");
-  ASSERT_EQ(entry->NumFiles, 1);
-  EXPECT_EQ(entry->Files[0].Enabled, 1) << "the path must not run into the switch";
+  EXPECT_EQ(Files("s"), std::vector<std::string>{fits});
+  EXPECT_EQ(qorSound_IsFileEnabled("s", 0), 1) << "the path must not run into the switch";
 }
 
 TEST_F(FileList, GetFileTestsItsIndex) {

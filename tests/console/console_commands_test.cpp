@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "module_fixture.h"
-#include "wave_file.h"
 
 namespace {
 
@@ -28,12 +27,7 @@ protected:
     Restart(0);  // a game: the commands are registered
     kxHost_SetPrintSink(Capture);
     Printed.clear();
-    Create("door");
-    WaveShape shape;
-    shape.Data = Tone(440, 0.2, 22050, 1, 16, 0.5);
-    WriteWave(root, "door.wav", shape);
-    char path[64] = "door.wav";
-    qorSound_AddFile("door", path);
+    ToneSound("door", {440}, 0.2);
   }
   void TearDown() override {
     kxHost_SetPrintSink(nullptr);

@@ -1,7 +1,6 @@
 // A host's callbacks run in the middle of the module's work and may do anything to it.
 // Every event, with every action a host might take inside it; then the enumerations
 // with a callback that deletes. ASan watches the memory, the checks below the lists.
-#include <initializer_list>
 #include <set>
 #include <string>
 #include <tuple>
@@ -107,8 +106,9 @@ protected:
     BufferTest::SetUp();
     host = Host();
     qorSound_SetNotifyCallback(OnEvent);
-    Sound("s", {440});
-    Sound("x", {300, 600});
+    ToneSound("s", {440}, 0.1);
+    ToneSound("x", {300, 600}, 0.1);
+    for (const char* name : {"s", "x"}) qorSound_SetSoundPlayMode(name, SOUND_PLAYMODE_SEQUENTIAL);
     qorSound_SetLooped("x", 1);
     qorSound_SetCrossed("x", 1);
     ASSERT_EQ(qorSound_SaveBase(), S_OK) << "a reload brings both back";
@@ -117,20 +117,6 @@ protected:
     NotifyCallback = nullptr;
     BufferTest::TearDown();
     EXPECT_EQ(StreamsCreated, 0);
-  }
-  void Sound(const char* name, std::initializer_list<double> tones) {
-    Create(name);
-    int i = 0;
-    for (double hz : tones) {
-      WaveShape shape;
-      shape.Data = Tone(hz, 0.1, 22050, 1, 16, 0.5);
-      std::string file = name + std::to_string(i++) + ".wav";
-      WriteWave(root, "sounds/" + file, shape);
-      char path[64];
-      std::snprintf(path, sizeof path, "sounds\\%s", file.c_str());
-      qorSound_AddFile(name, path);
-    }
-    qorSound_SetSoundPlayMode(name, SOUND_PLAYMODE_SEQUENTIAL);
   }
 };
 

@@ -70,12 +70,7 @@ TEST_F(Replays, AnAmbientKeepsItsBeginningAfterThePauseOfAll) {
 }
 
 TEST_F(Replays, StopsPausesCutOffsAndStealsEndTheWaveWithoutAClick) {
-  Create("hum");
-  WaveShape shape;
-  shape.Data = Tone(441, 1.0, 22050, 1, 16, 0.5);
-  WriteWave(root, "hum.wav", shape);
-  char file[] = "hum.wav";  // the module writes the stored form back into it
-  ASSERT_EQ(qorSound_AddFile("hum", file), S_OK);
+  ToneSound("hum", {441});
   qorSound_SetNumStreams("hum", 1);
   const double ownStep = 0.5 * 2 * std::sin(M_PI * 441 / 48000);
   void *held = nullptr, *thief = nullptr;

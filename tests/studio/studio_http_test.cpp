@@ -29,21 +29,6 @@ WaveShape ToneShape(int channels, int bits = 16) {
   return shape;
 }
 
-// A 16-bit stereo WAV as the studio returns it.
-Capture ReadCapture(const std::string& bytes) {
-  Capture capture;
-  if (bytes.size() < 44 || bytes.compare(0, 4, "RIFF") != 0) return capture;
-  std::memcpy(&capture.Rate, bytes.data() + 24, 4);
-  for (size_t at = 44; at + 4 <= bytes.size(); at += 4) {
-    int16_t l, r;
-    std::memcpy(&l, bytes.data() + at, 2);
-    std::memcpy(&r, bytes.data() + at + 2, 2);
-    capture.Left.push_back(l / 32768.0f);
-    capture.Right.push_back(r / 32768.0f);
-  }
-  return capture;
-}
-
 class StudioHttp : public ::testing::Test {
 protected:
   void SetUp() override { Start(); }
@@ -95,7 +80,7 @@ protected:
   Capture Audition(const Json& request) {
     auto res = Post("/api/audition", request);
     EXPECT_EQ(res->status, 200) << res->body;
-    return ReadCapture(res->body);
+    return ReadWav(res->body);
   }
 
   TempDir root;
@@ -285,7 +270,7 @@ TEST_F(StudioHttp, AnAuditionSoundsWhereTheSoundWasPlaced) {
   EXPECT_GT(Decibels(left.RmsLeft(), left.RmsRight()), 6);
   EXPECT_GT(Decibels(right.RmsRight(), right.RmsLeft()), 6);
   auto past = Post("/api/audition", {{"name", "Near"}, {"position", {0, 0, 30}}});
-  EXPECT_EQ(ReadCapture(past->body).LastSound(), 0);
+  EXPECT_EQ(ReadWav(past->body).LastSound(), 0);
   EXPECT_NE(past->get_header_value("X-Studio-Notes").find("MaxDistance"), std::string::npos);
 }
 
@@ -296,7 +281,7 @@ TEST_F(StudioHttp, APreviewReportsItsProgressToTheEnd) {
   ASSERT_GE(progress.size(), 3u);
   EXPECT_EQ(progress.back()[1], 1000);
   EXPECT_NEAR(progress.back()[0].get<int>(), 500, 60);
-  EXPECT_NEAR(ReadCapture(res->body).LastSound(), 0.5, 0.05);
+  EXPECT_NEAR(ReadWav(res->body).LastSound(), 0.5, 0.05);
 }
 
 }  // namespace

@@ -71,6 +71,26 @@ void DropCapture(int device) {
 
 double Decibels(double a, double b) { return 20.0 * std::log10(a / b); }
 
+Capture ReadWav(const std::string& b) {
+  auto get = [&b](size_t at, int bytes) {
+    uint32_t v = 0;
+    for (int i = bytes - 1; i >= 0; --i) v = (v << 8) | static_cast<uint8_t>(b[at + i]);
+    return v;
+  };
+  Capture sound;
+  if (b.size() < 44 || b.compare(0, 4, "RIFF") || b.compare(8, 8, "WAVEfmt ") || b.compare(36, 4, "data")) return sound;
+  const uint32_t rate = get(24, 4);
+  if (get(4, 4) != b.size() - 8 || get(40, 4) != b.size() - 44 || get(16, 4) != 16 || get(20, 2) != 1 ||
+      get(22, 2) != 2 || get(32, 2) != 4 || get(34, 2) != 16 || get(28, 4) != rate * 4)
+    return sound;
+  sound.Rate = rate;
+  for (size_t at = 44; at + 4 <= b.size(); at += 4) {
+    sound.Left.push_back(static_cast<int16_t>(get(at, 2)) / 32768.0f);
+    sound.Right.push_back(static_cast<int16_t>(get(at + 2, 2)) / 32768.0f);
+  }
+  return sound;
+}
+
 namespace {
 
 // Main lobe of the 4-term Blackman-Harris window: 4 bins either side of the centre.

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 struct Capture {
@@ -17,7 +18,12 @@ struct Capture {
   double LastSound(double threshold = 1e-4) const;
   // Dominant frequency over [from, to) seconds, from the zero crossings of the left channel.
   double Hz(double from, double to) const;
+  double Seconds() const { return Rate ? static_cast<double>(Left.size()) / Rate : 0; }
 };
+
+// A 16-bit stereo PCM WAV of the plain 44-byte layout kxsound and the studio write, sizes adding
+// up; Rate 0 when the bytes are anything else.
+Capture ReadWav(const std::string& bytes);
 
 // Advances the manual clock by milliseconds in steps and collects what device 0
 // (effects) or 1 (music) rendered meanwhile.

@@ -3,8 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstring>
+#include <initializer_list>
 #include <string>
+#include <vector>
 
 #include "base/catalogue.h"
 #include "base/pages.h"
@@ -12,6 +15,7 @@
 #include "kxHost.h"
 #include "kxSound.h"
 #include "temp_dir.h"
+#include "wave_file.h"
 
 class ModuleTest : public ::testing::Test {
 protected:
@@ -35,6 +39,35 @@ protected:
     std::strcpy(buffer, name);
     qorSound_CreateNewSound(buffer);
     ASSERT_STREQ(buffer, name);
+  }
+  // A sound of one mono sine file per tone, sounds\<name><i>.wav.
+  void ToneSound(const char* name, std::initializer_list<double> tones, double seconds = 1.0) {
+    Create(name);
+    int i = 0;
+    for (double hz : tones) {
+      WaveShape shape;
+      shape.Data = Tone(hz, seconds, 22050, 1, 16, 0.5);
+      char path[64];
+      std::snprintf(path, sizeof path, "sounds/%s%d.wav", name, i);
+      WriteWave(root, path, shape);
+      std::snprintf(path, sizeof path, "sounds\\%s%d.wav", name, i++);
+      ASSERT_EQ(qorSound_AddFile(name, path), S_OK);
+    }
+  }
+  // The catalogue's sound and page names, in its order, as a host enumerates them.
+  static std::vector<std::string> SoundNames() {
+    static std::vector<std::string>* names;
+    std::vector<std::string> seen;
+    names = &seen;
+    qorSound_EnumerateSounds([](char* name, int) { names->emplace_back(name); });
+    return seen;
+  }
+  static std::vector<std::string> PageNames() {
+    static std::vector<std::string>* names;
+    std::vector<std::string> seen;
+    names = &seen;
+    qorSound_EnumeratePages([](char* name) { names->emplace_back(name); });
+    return seen;
   }
   SoundEntry* Entry(const char* name) { return FindSoundEntry(name, false); }
   // Restarts the module on the same root, in tool mode or not.

@@ -13,13 +13,12 @@ TEST(KxsoundConsoleTest, RunsCommandsAndShowsTheOverlayUntilQuit) {
   MakeTestCatalogue(root);
   ToolRun run = RunTool({"console", "--root", root.path(), "--output", "null"},
                         "ShowStatistic 1\nSoundVolume beep\nhold hum as h\nstream h play\nwait 1100\n"
-                        "Nonsense\nquit\nPlaySound beep\n");
+                        "quit\nPlaySound beep\n");
   EXPECT_EQ(run.Status, 0) << run.Err;
   EXPECT_TRUE(Has(run.Out, "\tCurrent volume: 100")) << run.Out;
   // The overlay: the held stream under its first file, and the stream count.
   EXPECT_TRUE(Has(run.Out, "sounds\\hum0.wav: 1/1")) << run.Out;
   EXPECT_TRUE(Has(run.Out, "Streams created: ")) << run.Out;
-  EXPECT_TRUE(Has(run.Out, "Unknown command: Nonsense")) << run.Out;
 }
 
 TEST(KxsoundConsoleTest, EndOfInputEndsItAndToolModeHasNoCommands) {
@@ -37,10 +36,6 @@ TEST(KxsoundConsoleTest, EndOfInputEndsItAndToolModeHasNoCommands) {
   EXPECT_TRUE(Has(tool.Out, "Tool mode")) << tool.Out;
   EXPECT_TRUE(Has(tool.Out, "Unknown command: PlaySound")) << tool.Out;
 }
-
-}  // namespace
-
-namespace {
 
 size_t Count(const std::string& text, const std::string& part) {
   size_t n = 0;

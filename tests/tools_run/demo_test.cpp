@@ -11,14 +11,14 @@ TEST(KxsoundDemoTest, RendersAScenePlayableAgainFromWhatItLeaves) {
   ToolRun demo = RunTool({"demo", "--output", "wav:demo.wav"}, "", here.path());
   ASSERT_EQ(demo.Status, 0) << demo.Err;
   EXPECT_TRUE(here.exists("kxsound-demo/Sounds.qorSound"));
-  WavSound wav = ReadWav(here.file("demo.wav"));
+  Capture wav = ReadWavFile(here.file("demo.wav"));
   ASSERT_EQ(wav.Rate, 48000u);
   EXPECT_GT(wav.Seconds(), 15);
   EXPECT_LT(wav.Seconds(), 25);
   // Something is heard all through, and it moves: both sides lead somewhere.
   int leftLouder = 0, rightLouder = 0;
   for (double at = 0; at + 1 < wav.Seconds() - 1; at += 1) {
-    double left = wav.Rms(true, at, at + 1), right = wav.Rms(false, at, at + 1);
+    double left = wav.RmsLeft(at, at + 1), right = wav.RmsRight(at, at + 1);
     EXPECT_GT(left + right, 0.01) << "silent second at " << at;
     leftLouder += left > 1.3 * right;
     rightLouder += right > 1.3 * left;

@@ -64,32 +64,32 @@ TEST_F(KxsoundRunTest, RendersEachPartOfTheSceneWhereItBelongs) {
       << run.Out;
   EXPECT_NE(run.Out.find(" dBFS, 0 samples clipped\n"), std::string::npos) << run.Out;
 
-  WavSound wav = ReadWav(work.file("out.wav"));
+  Capture wav = ReadWavFile(work.file("out.wav"));
   ASSERT_EQ(wav.Rate, 48000u) << "missing or malformed WAV: the file is written at the rate the outputs mix at";
   EXPECT_NEAR(wav.Seconds(), 2.5, 0.01);
   const double quiet = 1e-3;
   // The beep, in the middle.
-  EXPECT_GT(wav.Rms(true, 0.05, 0.25), 0.05);
-  EXPECT_NEAR(wav.Rms(true, 0.05, 0.25), wav.Rms(false, 0.05, 0.25), 0.01);
-  EXPECT_LT(wav.Rms(true, 0.35, 0.5), quiet);
+  EXPECT_GT(wav.RmsLeft(0.05, 0.25), 0.05);
+  EXPECT_NEAR(wav.RmsLeft(0.05, 0.25), wav.RmsRight(0.05, 0.25), 0.01);
+  EXPECT_LT(wav.RmsLeft(0.35, 0.5), quiet);
   // The hum on the right, in both its files. (A file that takes over sounds from where the
   // listener is until the next commit of 3D settings, so the windows leave those out.)
   for (double from : {0.55, 0.96, 1.36}) {
-    EXPECT_GT(wav.Rms(false, from, from + 0.14), 0.02) << "at " << from;
-    EXPECT_GT(wav.Rms(false, from, from + 0.14), 2 * wav.Rms(true, from, from + 0.14)) << "at " << from;
+    EXPECT_GT(wav.RmsRight(from, from + 0.14), 0.02) << "at " << from;
+    EXPECT_GT(wav.RmsRight(from, from + 0.14), 2 * wav.RmsLeft(from, from + 0.14)) << "at " << from;
   }
-  EXPECT_LT(wav.Rms(false, 1.55, 1.95), quiet);
-  EXPECT_LT(wav.Rms(true, 1.55, 1.95), quiet);
+  EXPECT_LT(wav.RmsRight(1.55, 1.95), quiet);
+  EXPECT_LT(wav.RmsLeft(1.55, 1.95), quiet);
   // Moved to the left while it stood still.
-  EXPECT_GT(wav.Rms(true, 2.1, 2.45), 2 * wav.Rms(false, 2.1, 2.45));
+  EXPECT_GT(wav.RmsLeft(2.1, 2.45), 2 * wav.RmsRight(2.1, 2.45));
 }
 
 TEST_F(KxsoundRunTest, MixesTheMusicIntoTheSameFile) {
   ToolRun run = Run("TestMP3\nwait 1500\n", {"--output", "wav:" + work.file("music.wav")});
   ASSERT_EQ(run.Status, 0) << run.Err;
-  WavSound wav = ReadWav(work.file("music.wav"));
+  Capture wav = ReadWavFile(work.file("music.wav"));
   ASSERT_EQ(wav.Rate, 48000u);
-  EXPECT_GT(wav.Rms(true, 0.2, 1.5), 0.01);
+  EXPECT_GT(wav.RmsLeft(0.2, 1.5), 0.01);
 }
 
 // Music 77 dB down, 6 steps of 16 bits: dithered, it keeps its level and shape over a floor
@@ -99,11 +99,11 @@ TEST_F(KxsoundRunTest, QuietSoundIsDitheredNotDistorted) {
   ToolRun run = Run("LoadMP3 music\\whisper 0\nSetVolumeMP3 1\nPlayMP3\nwait 1500\n",
                     {"--output", "wav:" + work.file("quiet.wav")});
   ASSERT_EQ(run.Status, 0) << run.Err;
-  WavSound wav = ReadWav(work.file("quiet.wav"));
+  Capture wav = ReadWavFile(work.file("quiet.wav"));
   ASSERT_EQ(wav.Rate, 48000u);
   // After the tone: the dither alone, half a step RMS.
-  EXPECT_NEAR(-96.3, Decibels(wav.Rms(true, 1.1, 1.5), 1.0), 0.5);
-  EXPECT_NEAR(-96.3, Decibels(wav.Rms(false, 1.1, 1.5), 1.0), 0.5);
+  EXPECT_NEAR(-96.3, Decibels(wav.RmsLeft(1.1, 1.5), 1.0), 0.5);
+  EXPECT_NEAR(-96.3, Decibels(wav.RmsRight(1.1, 1.5), 1.0), 0.5);
 
   std::vector<float> tone(wav.Left.begin() + wav.Rate / 10, wav.Left.begin() + wav.Rate * 9 / 10);
   Spectrum spectrum(tone, wav.Rate);
@@ -122,7 +122,7 @@ TEST_F(KxsoundRunTest, ALoudSceneReportsWhatWasClipped) {
   ToolRun run = Run("LoadMP3 music\\loud 0\nPlayMP3\nPlaySound beep\nwait 300\n",
                     {"--output", "wav:" + work.file("loud.wav")});
   ASSERT_EQ(run.Status, 0) << run.Err;
-  WavSound wav = ReadWav(work.file("loud.wav"));
+  Capture wav = ReadWavFile(work.file("loud.wav"));
   ASSERT_EQ(wav.Rate, 48000u);
   size_t atTheRails = 0;
   for (const std::vector<float>* side : {&wav.Left, &wav.Right})

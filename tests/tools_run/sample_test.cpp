@@ -34,18 +34,18 @@ TEST(KxsoundSampleTest, TheSamplePlaysEachSoundAtItsLevel) {
   ToolRun run = RunTool({"run", work.file("scene"), "--root", root.file("sample"), "--strict", "--output",
                          "wav:" + work.file("sample.wav")});
   ASSERT_EQ(run.Status, 0) << run.Err;
-  WavSound wav = ReadWav(work.file("sample.wav"));
+  Capture wav = ReadWavFile(work.file("sample.wav"));
   ASSERT_EQ(wav.Rate, 48000u);
 
   // The door, a 2D sound in the middle at full volume: the level of its file in both ears.
   double door = SourceRms(root, "sample/sounds/doors/open.wav");
-  EXPECT_NEAR(Decibels(wav.Rms(true, 0, 1.4), door), 0.0, 0.5);
-  EXPECT_NEAR(Decibels(wav.Rms(false, 0, 1.4), door), 0.0, 0.5);
+  EXPECT_NEAR(Decibels(wav.RmsLeft(0, 1.4), door), 0.0, 0.5);
+  EXPECT_NEAR(Decibels(wav.RmsRight(0, 1.4), door), 0.0, 0.5);
   // The shot, 3D, ahead on the right.
-  EXPECT_GT(Decibels(wav.Rms(false, 1.5, 2.1), wav.Rms(true, 1.5, 2.1)), 3.0);
-  EXPECT_GT(wav.Rms(false, 1.5, 2.1), 0.01);
+  EXPECT_GT(Decibels(wav.RmsRight(1.5, 2.1), wav.RmsLeft(1.5, 2.1)), 3.0);
+  EXPECT_GT(wav.RmsRight(1.5, 2.1), 0.01);
   // The wind at volume 90: 10 dB below its file.
-  EXPECT_NEAR(Decibels(wav.Rms(true, 2.3, 5.8), SourceRms(root, "sample/sounds/world/wind.wav")), -10.0, 0.5);
+  EXPECT_NEAR(Decibels(wav.RmsLeft(2.3, 5.8), SourceRms(root, "sample/sounds/world/wind.wav")), -10.0, 0.5);
 }
 
 TEST(KxsoundSampleTest, RefusesAFolderWithACatalogueOrItsFiles) {

@@ -27,16 +27,6 @@ std::string Slurp(const std::string& path) {
   return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
-uint32_t Get32(const std::string& b, size_t at) {
-  uint32_t v = 0;
-  for (int i = 3; i >= 0; --i) v = (v << 8) | static_cast<uint8_t>(b[at + i]);
-  return v;
-}
-
-uint16_t Get16(const std::string& b, size_t at) {
-  return static_cast<uint16_t>(static_cast<uint8_t>(b[at]) | (static_cast<uint8_t>(b[at + 1]) << 8));
-}
-
 }  // namespace
 
 ToolRun RunTool(const std::vector<std::string>& args, const std::string& input, const std::string& cwd) {
@@ -67,35 +57,7 @@ ToolRun RunTool(const std::vector<std::string>& args, const std::string& input, 
   return run;
 }
 
-WavSound ReadWav(const std::string& path) {
-  WavSound sound;
-  std::string b = Slurp(path);
-  // Exactly the layout kxsound writes: RIFF, a 16-byte fmt chunk, data, and sizes that add up.
-  if (b.size() < 44 || b.compare(0, 4, "RIFF") || b.compare(8, 8, "WAVEfmt ") || b.compare(36, 4, "data")) return sound;
-  uint32_t dataBytes = Get32(b, 40);
-  if (Get32(b, 4) != b.size() - 8 || dataBytes != b.size() - 44 || Get32(b, 16) != 16 || Get16(b, 20) != 1 ||
-      Get16(b, 34) != 16)
-    return sound;
-  uint16_t channels = Get16(b, 22);
-  uint32_t rate = Get32(b, 24);
-  if (channels != 2 || Get16(b, 32) != 4 || Get32(b, 28) != rate * 4) return sound;
-  sound.Rate = rate;
-  sound.Channels = channels;
-  for (size_t at = 44; at + 4 <= b.size(); at += 4) {
-    sound.Left.push_back(static_cast<int16_t>(Get16(b, at)) / 32768.0f);
-    sound.Right.push_back(static_cast<int16_t>(Get16(b, at + 2)) / 32768.0f);
-  }
-  return sound;
-}
-
-double WavSound::Rms(bool left, double from, double to) const {
-  const std::vector<float>& s = left ? Left : Right;
-  size_t a = static_cast<size_t>(from * Rate), z = std::min(s.size(), static_cast<size_t>(to * Rate));
-  if (a >= z) return 0;
-  double sum = 0;
-  for (size_t i = a; i < z; ++i) sum += double{s[i]} * s[i];
-  return std::sqrt(sum / static_cast<double>(z - a));
-}
+Capture ReadWavFile(const std::string& path) { return ReadWav(Slurp(path)); }
 
 std::vector<std::string> Lines(const std::string& text) {
   std::vector<std::string> lines;

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "listen.h"
+
 struct ToolRun {
   int Status = -1;  // the exit status; -1 when it did not exit normally
   std::string Out, Err;
@@ -13,15 +15,8 @@ struct ToolRun {
 // Runs kxsound with args, input on its standard input, in folder cwd (empty: this one).
 ToolRun RunTool(const std::vector<std::string>& args, const std::string& input = "", const std::string& cwd = "");
 
-// A 16-bit PCM WAV file as written by kxsound; Rate 0 when it is missing or malformed.
-struct WavSound {
-  uint32_t Rate = 0;
-  uint16_t Channels = 0;
-  std::vector<float> Left, Right;
-  double Seconds() const { return Rate ? static_cast<double>(Left.size()) / Rate : 0; }
-  double Rms(bool left, double from, double to) const;
-};
-WavSound ReadWav(const std::string& path);
+// A WAV file as written by kxsound; Rate 0 when it is missing or malformed.
+Capture ReadWavFile(const std::string& path);
 
 std::vector<std::string> Lines(const std::string& text);
 

@@ -1,8 +1,4 @@
 // kxsound export and import, run as the program a person runs.
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
-
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -14,38 +10,9 @@
 #include "kxSound.h"
 #include "kxSoundWin32.h"
 #include "temp_dir.h"
-
-extern char** environ;
+#include "tool_process.h"
 
 namespace {
-
-struct Outcome {
-  int Code = -1;
-  std::string Out, Err;
-};
-
-Outcome Kxsound(const std::vector<std::string>& args) {
-  TempDir scratch;
-  std::vector<char*> argv{const_cast<char*>(KXSOUND_BIN)};
-  for (const std::string& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
-  argv.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, 1, scratch.file("out").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  posix_spawn_file_actions_addopen(&actions, 2, scratch.file("err").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  Outcome outcome;
-  pid_t pid = 0;
-  int status = 0;
-  if (posix_spawn(&pid, KXSOUND_BIN, &actions, nullptr, argv.data(), environ) == 0 && waitpid(pid, &status, 0) == pid &&
-      WIFEXITED(status)) {
-    outcome.Code = WEXITSTATUS(status);
-  }
-  posix_spawn_file_actions_destroy(&actions);
-  std::vector<uint8_t> out = scratch.read("out"), err = scratch.read("err");
-  outcome.Out.assign(out.begin(), out.end());
-  outcome.Err.assign(err.begin(), err.end());
-  return outcome;
-}
 
 // The module in tool mode on root, as the tool starts it.
 void Start(const TempDir& root) {
@@ -159,8 +126,8 @@ TEST(CatalogueJson, ImportOfAnExportRewritesTheSameBaseFileByteForByte) {
   WriteRichCatalogue(source);
   WriteOldCatalogue(target);
 
-  Outcome exported = Kxsound({"export", "--root", source.path()});
-  ASSERT_EQ(exported.Code, 0) << exported.Err;
+  ToolRun exported = RunTool({"export", "--root", source.path()});
+  ASSERT_EQ(exported.Status, 0) << exported.Err;
   EXPECT_EQ(exported.Err, "") << "a healthy catalogue exports without a word on standard error";
   const std::string& json = exported.Out;
   // Shortest text for a float; bytes that are not UTF-8 as hex; other text as it is.
@@ -173,8 +140,8 @@ TEST(CatalogueJson, ImportOfAnExportRewritesTheSameBaseFileByteForByte) {
   EXPECT_NE(json.find("\"name\": \"Door \\\"main\\\" open\""), std::string::npos);
   source.write("catalogue.json", json);
 
-  Outcome imported = Kxsound({"import", source.file("catalogue.json"), "--root", target.path()});
-  ASSERT_EQ(imported.Code, 0) << imported.Err;
+  ToolRun imported = RunTool({"import", source.file("catalogue.json"), "--root", target.path()});
+  ASSERT_EQ(imported.Status, 0) << imported.Err;
   EXPECT_EQ(imported.Out, "Imported 4 pages and 10 sounds into " + target.path() + "Sounds.qorSound\n");
   std::vector<uint8_t> original = source.read("Sounds.qorSound"), rebuilt = target.read("Sounds.qorSound");
   ASSERT_EQ(rebuilt.size(), original.size());
@@ -212,8 +179,8 @@ TEST(CatalogueJson, ImportRefusesWhatTheCatalogueCannotHoldAndWritesNothing) {
   };
   for (const Case& c : cases) {
     root.write("in.json", c.Json);
-    Outcome outcome = Kxsound({"import", root.file("in.json"), "--root", root.path()});
-    EXPECT_EQ(outcome.Code, 1) << c.Json;
+    ToolRun outcome = RunTool({"import", root.file("in.json"), "--root", root.path()});
+    EXPECT_EQ(outcome.Status, 1) << c.Json;
     EXPECT_NE(outcome.Err.find(c.Message), std::string::npos) << c.Json << "\n" << outcome.Err;
     EXPECT_TRUE(root.read("Sounds.qorSound") == before) << c.Json;
   }
@@ -225,11 +192,11 @@ TEST(CatalogueJson, AStoredValueTheSettersCannotMakeIsReportedNotChanged) {
   quiet.Name = "Quiet";
   quiet.Volume = -5;
   root.write("Sounds.qorSound", BaseFileBuilder().Header(1, 0).Sound(quiet).Bytes);
-  Outcome exported = Kxsound({"export", "--root", root.path()});
-  ASSERT_EQ(exported.Code, 0) << exported.Err;
+  ToolRun exported = RunTool({"export", "--root", root.path()});
+  ASSERT_EQ(exported.Status, 0) << exported.Err;
   root.write("catalogue.json", exported.Out);
-  Outcome imported = Kxsound({"import", root.file("catalogue.json"), "--root", root.path()});
-  EXPECT_EQ(imported.Code, 1);
+  ToolRun imported = RunTool({"import", root.file("catalogue.json"), "--root", root.path()});
+  EXPECT_EQ(imported.Status, 1);
   EXPECT_NE(imported.Err.find("sounds[0] (\"Quiet\"): volume must be from 0"), std::string::npos) << imported.Err;
 }
 
@@ -241,8 +208,8 @@ TEST(CatalogueJson, ImportStoresWhatTheModuleWillNotUseAsWrittenAndSaysSo) {
     "sounds": [{"name": "Odd", "page": 3, "playMode": 2, "numStreams": 0, "volume": 250,
                 "files": [{"path": "sounds/doors/a.wav"}, {"path": "door.wav"}, {"path": "sounds\\b.wav"}]},
                {"name": "Fine", "page": 0, "playMode": 1, "numStreams": 4, "volume": 100}]})"));
-  Outcome imported = Kxsound({"import", root.file("in.json"), "--root", root.path()});
-  ASSERT_EQ(imported.Code, 0) << imported.Err;
+  ToolRun imported = RunTool({"import", root.file("in.json"), "--root", root.path()});
+  ASSERT_EQ(imported.Status, 0) << imported.Err;
   const std::string where = "kxsound: " + root.file("in.json") + ": sounds[0] (\"Odd\"): ";
   for (const std::string said :
        {"files[0].path \"sounds/doors/a.wav\" stored as \"sounds\\doors\\a.wav\"",
@@ -253,33 +220,33 @@ TEST(CatalogueJson, ImportStoresWhatTheModuleWillNotUseAsWrittenAndSaysSo) {
   EXPECT_EQ(imported.Err.find("\"Fine\""), std::string::npos) << imported.Err;
   EXPECT_EQ(imported.Err.find("b.wav"), std::string::npos) << imported.Err;
 
-  Outcome exported = Kxsound({"export", "--root", root.path()});
-  ASSERT_EQ(exported.Code, 0) << exported.Err;
+  ToolRun exported = RunTool({"export", "--root", root.path()});
+  ASSERT_EQ(exported.Status, 0) << exported.Err;
   for (const char* stored : {"\"page\": 3,", "\"playMode\": 2,", "\"numStreams\": 0,", "\"volume\": 250,",
                              "\"path\": \"sounds\\\\doors\\\\a.wav\""})
     EXPECT_NE(exported.Out.find(stored), std::string::npos) << stored << "\n" << exported.Out;
 
   std::vector<uint8_t> before = root.read("Sounds.qorSound");
-  Outcome quiet = Kxsound({"import", root.file("in.json"), "--root", root.path(), "--quiet"});
-  EXPECT_EQ(quiet.Code, 0);
+  ToolRun quiet = RunTool({"import", root.file("in.json"), "--root", root.path(), "--quiet"});
+  EXPECT_EQ(quiet.Status, 0);
   EXPECT_EQ(quiet.Err, "");
   EXPECT_TRUE(root.read("Sounds.qorSound") == before);
 }
 
 TEST(CatalogueJson, CommandsFailCleanlyWithoutARootAFileOrACatalogue) {
   TempDir root;
-  Outcome none = Kxsound({"export", "--root", root.path()});
-  EXPECT_EQ(none.Code, 1);
+  ToolRun none = RunTool({"export", "--root", root.path()});
+  EXPECT_EQ(none.Status, 1);
   EXPECT_EQ(none.Out, "");
   EXPECT_NE(none.Err.find("no readable catalogue"), std::string::npos);
 
-  Outcome noFile = Kxsound({"import", root.file("missing.json"), "--root", root.path()});
-  EXPECT_EQ(noFile.Code, 1);
+  ToolRun noFile = RunTool({"import", root.file("missing.json"), "--root", root.path()});
+  EXPECT_EQ(noFile.Status, 1);
   EXPECT_NE(noFile.Err.find("cannot read"), std::string::npos);
 
   root.write("empty.json", std::string("{\"format\": \"kxsound-catalogue\", \"version\": 1}"));
-  Outcome noRoot = Kxsound({"import", root.file("empty.json"), "--root", root.file("gone")});
-  EXPECT_EQ(noRoot.Code, 1);
+  ToolRun noRoot = RunTool({"import", root.file("empty.json"), "--root", root.file("gone")});
+  EXPECT_EQ(noRoot.Status, 1);
   EXPECT_NE(noRoot.Err.find("does not exist"), std::string::npos);
   EXPECT_FALSE(root.exists("gone"));
   EXPECT_FALSE(root.exists("Sounds.qorSound"));
@@ -289,8 +256,8 @@ TEST(CatalogueJson, CommandsFailCleanlyWithoutARootAFileOrACatalogue) {
   first.Name = "Door";
   second.Name = "DOOR";
   root.write("Sounds.qorSound", BaseFileBuilder().Header(2, 0).Sound(first).Sound(second).Bytes);
-  Outcome twice = Kxsound({"export", "--root", root.path()});
-  EXPECT_EQ(twice.Code, 1);
+  ToolRun twice = RunTool({"export", "--root", root.path()});
+  EXPECT_EQ(twice.Status, 1);
   EXPECT_NE(twice.Err.find("appears twice"), std::string::npos);
 }
 
