@@ -42,8 +42,6 @@ TEST_F(Buffers, TheEndStopsTheBufferAtCursorZeroUnlessItLoops) {
   kxHost_Advance(200);
   EXPECT_FALSE(Playing(once));
   EXPECT_EQ(0u, Cursor(once));
-  ASSERT_EQ(DS_OK, once->Play(0, 0, 0));
-  EXPECT_NEAR(100, MsUntilEnd(once), 10) << "played again from the start";
 
   IDirectSoundBuffer* loop = Tone(k2D, 1, 2205);
   ASSERT_EQ(DS_OK, loop->Play(0, 0, DSBPLAY_LOOPING));
