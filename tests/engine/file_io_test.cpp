@@ -1,20 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <filesystem>
-#include <string>
 
-#include "kxEngine.h"
+#include "file_calls.h"
 #include "kxHost.h"
 #include "kxPath.h"
-#include "kxSoundWin32.h"
-#include "temp_dir.h"
 
 namespace {
-
-HANDLE openFile(const std::string& path, DWORD access, DWORD creation) {
-  return qorCreateFile(path.c_str(), access, 0, nullptr, creation, FILE_ATTRIBUTE_NORMAL, nullptr);
-}
 
 std::string readAll(HANDLE h) {
   std::string out(qorGetFileSize(h, nullptr), '\0');
@@ -24,18 +16,6 @@ std::string readAll(HANDLE h) {
   return out;
 }
 
-bool writeText(HANDLE h, const std::string& text) {
-  DWORD done = 0;
-  return qorWriteFile(h, text.data(), static_cast<DWORD>(text.size()), &done, nullptr) && done == text.size();
-}
-
-// Catches leftover temp files.
-std::size_t entryCount(const std::string& dir) {
-  std::size_t n = 0;
-  for ([[maybe_unused]] auto& e : std::filesystem::directory_iterator(dir)) ++n;
-  return n;
-}
-
 }  // namespace
 
 TEST(FileIO, ResolvesEveryComponentIgnoringCaseAndBackslashes) {
@@ -43,7 +23,7 @@ TEST(FileIO, ResolvesEveryComponentIgnoringCaseAndBackslashes) {
   dir.write("Sound/Banks/Door.WAV", "creak");
   std::string path = dir.path() + "sound\\BANKS\\door.wav";
 
-  HANDLE h = openFile(path, GENERIC_READ, OPEN_EXISTING);
+  HANDLE h = OpenFile(path, GENERIC_READ, OPEN_EXISTING);
   ASSERT_NE(h, INVALID_HANDLE_VALUE);
   EXPECT_EQ(readAll(h), "creak");
   EXPECT_TRUE(qorCloseHandle(h));
@@ -72,13 +52,13 @@ TEST(FileIO, ResolvesEveryComponentIgnoringCaseAndBackslashes) {
 TEST(FileIO, RefusesMissingFilesDirectoriesAndBadArguments) {
   TempDir dir;
   dir.write("sub/a.txt", "a");
-  EXPECT_EQ(openFile(dir.path() + "missing.txt", GENERIC_READ, OPEN_EXISTING), INVALID_HANDLE_VALUE);
-  EXPECT_EQ(openFile(dir.path() + "SUB", GENERIC_READ, OPEN_EXISTING), INVALID_HANDLE_VALUE);
-  EXPECT_EQ(openFile(dir.path() + "sub", GENERIC_WRITE, CREATE_ALWAYS), INVALID_HANDLE_VALUE);
-  EXPECT_EQ(openFile(dir.path() + "sub/A.TXT", GENERIC_WRITE, CREATE_NEW), INVALID_HANDLE_VALUE);
-  EXPECT_EQ(openFile(dir.path() + "nofolder/x.txt", GENERIC_WRITE, CREATE_ALWAYS), INVALID_HANDLE_VALUE);
-  EXPECT_EQ(openFile("", GENERIC_READ, OPEN_EXISTING), INVALID_HANDLE_VALUE);
-  EXPECT_EQ(entryCount(dir.path()), 1u);
+  EXPECT_EQ(OpenFile(dir.path() + "missing.txt", GENERIC_READ, OPEN_EXISTING), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(OpenFile(dir.path() + "SUB", GENERIC_READ, OPEN_EXISTING), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(OpenFile(dir.path() + "sub", GENERIC_WRITE, CREATE_ALWAYS), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(OpenFile(dir.path() + "sub/A.TXT", GENERIC_WRITE, CREATE_NEW), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(OpenFile(dir.path() + "nofolder/x.txt", GENERIC_WRITE, CREATE_ALWAYS), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(OpenFile("", GENERIC_READ, OPEN_EXISTING), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 1) << "refusals create nothing";
 
   char buf[4];
   DWORD done = 7;
@@ -87,7 +67,7 @@ TEST(FileIO, RefusesMissingFilesDirectoriesAndBadArguments) {
   EXPECT_EQ(qorGetFileSize(nullptr, nullptr), 0xFFFFFFFFu);
 
   // A closed handle is not touched again.
-  HANDLE h = openFile(dir.path() + "sub/a.txt", GENERIC_READ, OPEN_EXISTING);
+  HANDLE h = OpenFile(dir.path() + "sub/a.txt", GENERIC_READ, OPEN_EXISTING);
   ASSERT_TRUE(qorCloseHandle(h));
   EXPECT_FALSE(qorCloseHandle(h));
   EXPECT_FALSE(qorReadFile(h, buf, 4, &done, nullptr));
@@ -96,7 +76,7 @@ TEST(FileIO, RefusesMissingFilesDirectoriesAndBadArguments) {
 TEST(FileIO, ShortReadReportsCountAndAccessIsEnforced) {
   TempDir dir;
   dir.write("six.bin", "abcdef");
-  HANDLE h = openFile(dir.path() + "six.bin", GENERIC_READ, OPEN_EXISTING);
+  HANDLE h = OpenFile(dir.path() + "six.bin", GENERIC_READ, OPEN_EXISTING);
   ASSERT_NE(h, INVALID_HANDLE_VALUE);
   EXPECT_EQ(qorGetFileSize(h, nullptr), 6u);
   char buf[16] = {};
@@ -111,44 +91,33 @@ TEST(FileIO, ShortReadReportsCountAndAccessIsEnforced) {
   qorCloseHandle(h);
 
   // OPEN_ALWAYS writes in place.
-  HANDLE w = openFile(dir.path() + "SIX.bin", GENERIC_WRITE, OPEN_ALWAYS);
+  HANDLE w = OpenFile(dir.path() + "SIX.bin", GENERIC_WRITE, OPEN_ALWAYS);
   ASSERT_NE(w, INVALID_HANDLE_VALUE);
   EXPECT_FALSE(qorReadFile(w, buf, 1, &done, nullptr));
-  EXPECT_TRUE(writeText(w, "zz"));
+  EXPECT_TRUE(Write(w, "zz"));
   EXPECT_TRUE(qorCloseHandle(w));
   EXPECT_EQ(dir.read("six.bin"), (std::vector<uint8_t>{'z', 'z', 'c', 'd', 'e', 'f'}));
 }
 
-TEST(FileIO, CreateAlwaysReplacesOnlyAfterCleanClose) {
+TEST(FileIO, AFailedSaveKeepsTheOldFileAndTruncateReplacesIt) {
   TempDir dir;
-  dir.write("Save.dat", "old content");
-
-  // Nothing is visible under the real name until the handle closes.
-  HANDLE h = openFile(dir.path() + "save.DAT", GENERIC_WRITE, CREATE_ALWAYS);
-  ASSERT_NE(h, INVALID_HANDLE_VALUE);
-  EXPECT_TRUE(writeText(h, "new"));
-  EXPECT_EQ(dir.read("Save.dat").size(), 11u);
-  EXPECT_TRUE(qorCloseHandle(h));
-  EXPECT_EQ(dir.read("Save.dat"), (std::vector<uint8_t>{'n', 'e', 'w'}));
-  EXPECT_EQ(entryCount(dir.path()), 1u);
-
-  // A failed write keeps the old file and leaves no temp file behind.
-  HANDLE bad = openFile(dir.path() + "Save.dat", GENERIC_READ, CREATE_ALWAYS);
+  dir.write("Save.dat", "old");
+  HANDLE bad = OpenFile(dir.path() + "save.DAT", GENERIC_READ, CREATE_ALWAYS);
   ASSERT_NE(bad, INVALID_HANDLE_VALUE);
   DWORD done = 5;
   EXPECT_FALSE(qorWriteFile(bad, "broken", 6, &done, nullptr));
   EXPECT_EQ(done, 0u);
   EXPECT_FALSE(qorCloseHandle(bad));
-  EXPECT_EQ(dir.read("Save.dat"), (std::vector<uint8_t>{'n', 'e', 'w'}));
-  EXPECT_EQ(entryCount(dir.path()), 1u);
+  EXPECT_EQ(Text(dir, "Save.dat"), "old");
+  EXPECT_TRUE(TempFiles(dir.path()).empty());
 
   // TRUNCATE_EXISTING goes through the same path.
-  HANDLE t = openFile(dir.path() + "SAVE.dat", GENERIC_WRITE | GENERIC_READ, TRUNCATE_EXISTING);
+  HANDLE t = OpenFile(dir.path() + "SAVE.dat", GENERIC_WRITE | GENERIC_READ, TRUNCATE_EXISTING);
   ASSERT_NE(t, INVALID_HANDLE_VALUE);
   EXPECT_EQ(qorGetFileSize(t, nullptr), 0u);
   EXPECT_TRUE(qorCloseHandle(t));
   EXPECT_TRUE(dir.read("Save.dat").empty());
-  EXPECT_EQ(entryCount(dir.path()), 1u);
+  EXPECT_TRUE(TempFiles(dir.path()).empty());
 }
 
 TEST(FileIO, RootFolderAlwaysEndsInSlashAndFitsTheBuffer) {

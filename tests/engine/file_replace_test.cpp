@@ -7,15 +7,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <vector>
 
-#include "kxEngine.h"
+#include "file_calls.h"
 #include "kxHost.h"
-#include "kxSoundWin32.h"
-#include "temp_dir.h"
 
 // fsync and rename as the file layer calls them, in order: what reached the disk when.
 namespace {
@@ -43,35 +40,6 @@ extern "C" __attribute__((visibility("default"))) int rename(const char* from, c
 namespace {
 
 namespace fs = std::filesystem;
-
-HANDLE OpenForSave(const std::string& path) {
-  return qorCreateFile(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-}
-
-bool Write(HANDLE h, const std::string& text) {
-  DWORD done = 0;
-  return qorWriteFile(h, text.data(), static_cast<DWORD>(text.size()), &done, nullptr) && done == text.size();
-}
-
-bool Save(const std::string& path, const std::string& text) {
-  HANDLE h = OpenForSave(path);
-  return h != INVALID_HANDLE_VALUE && Write(h, text) && qorCloseHandle(h);
-}
-
-std::string Text(const TempDir& dir, const std::string& name) {
-  std::vector<uint8_t> bytes = dir.read(name);
-  return std::string(bytes.begin(), bytes.end());
-}
-
-std::vector<std::string> TempFiles(const std::string& folder) {
-  std::vector<std::string> names;
-  for (const auto& e : fs::directory_iterator(folder)) {
-    std::string name = e.path().filename().string();
-    if (name.find(".kxtmp-") != std::string::npos) names.push_back(name);
-  }
-  std::sort(names.begin(), names.end());
-  return names;
-}
 
 TEST(FileReplace, TempFilesOfInterruptedSavesGoAtTheNextSaveOrStartAndNothingElseDoes) {
   TempDir dir;
@@ -107,6 +75,7 @@ TEST(FileReplace, ASaveInProgressKeepsItsTempFileWhileAnotherSaves) {
   ASSERT_NE(first, INVALID_HANDLE_VALUE);
   ASSERT_TRUE(Write(first, "first"));
   ASSERT_TRUE(Save(dir.file("Save.dat"), "second"));
+  EXPECT_EQ(Text(dir, "Save.dat"), "second") << "nothing of the open save shows under its name";
   char folder[256];
   kxHost_SetRootFolder(dir.path().c_str());
   qorFileIO_GetFolder(folder, nullptr);

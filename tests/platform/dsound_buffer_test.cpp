@@ -179,7 +179,9 @@ TEST_F(Buffers, CreationRefusesWhatDirectSoundRefuses) {
   DSBUFFERDESC desc = Desc(k2D, &format, 4001);
   IDirectSoundBuffer* b = nullptr;
   ASSERT_EQ(DS_OK, ds_->CreateSoundBuffer(&desc, &b, nullptr));
-  DSBCAPS caps{sizeof caps, 0, 0, 0, 0};
+  DSBCAPS caps{};
+  EXPECT_EQ(DSERR_INVALIDPARAM, b->GetCaps(&caps)) << "a caps record without its size";
+  caps.dwSize = sizeof caps;
   ASSERT_EQ(DS_OK, b->GetCaps(&caps));
   EXPECT_EQ(4004u, caps.dwBufferBytes);
   b->Release();
@@ -196,12 +198,6 @@ TEST_F(Buffers, ControlsAndInterfacesComeOnlyWhenAskedFor) {
   void* part = reinterpret_cast<void*>(1);
   EXPECT_EQ(DSERR_NOINTERFACE, bare->QueryInterface(IID_IDirectSound3DBuffer, &part));
   EXPECT_EQ(nullptr, part);
-
-  DSBCAPS caps{};
-  EXPECT_EQ(DSERR_INVALIDPARAM, bare->GetCaps(&caps));
-  caps.dwSize = sizeof caps;
-  ASSERT_EQ(DS_OK, bare->GetCaps(&caps));
-  EXPECT_EQ(200u, caps.dwBufferBytes);
 
   DWORD size = 0;
   ASSERT_EQ(DS_OK, bare->GetFormat(nullptr, 0, &size));

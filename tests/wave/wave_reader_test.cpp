@@ -3,17 +3,18 @@
 #include <cstring>
 #include <vector>
 
-#include "temp_dir.h"
+#include "module_fixture.h"
 #include "wave/wave_reader.h"
 #include "wave_file.h"
 
 namespace {
 
-WaveShape ToneSpec() {
+WaveShape ToneSpec(uint16_t bits = 16) {
   WaveShape shape;
   shape.Channels = 2;
   shape.SampleRate = 11025;
-  shape.Data = Tone(440.0, 0.1, 11025, 2, 16, 0.5);
+  shape.Bits = bits;
+  shape.Data = Tone(440.0, 0.1, 11025, 2, bits, 0.5);
   return shape;
 }
 
@@ -140,4 +141,36 @@ TEST_F(WaveReaderTest, RefusesWhatIsNotAWave) {
   }
   WaveReader missing;
   EXPECT_EQ(missing.Open(dir.file("none.wav").c_str()), E_FAIL);
+}
+
+namespace {
+
+struct Info {
+  ULONG Tag = 77;
+  int Channels = 77, Bits = 77, Rate = 77, Bytes = 77;
+  LONG Get(const std::string& path) { return qorSound_GetFileInfo(path.c_str(), Tag, Channels, Bits, Rate, Bytes); }
+  bool Untouched() const { return Tag == 77 && Channels == 77 && Bits == 77 && Rate == 77 && Bytes == 77; }
+};
+
+}  // namespace
+
+using FileInfoTest = ModuleTest;
+
+TEST_F(FileInfoTest, ReportsFormatAndDataBytesOrWritesNothing) {
+  Info info;
+  WaveShape noData = ToneSpec(8);
+  noData.WithData = false;
+  EXPECT_EQ(info.Get(WriteWave(root, "nodata.wav", noData)), E_FAIL);
+  const std::string good = WriteWave(root, "a.wav", ToneSpec(8));
+  qorSound_Finalize();
+  EXPECT_EQ(info.Get(good), E_FAIL);
+  EXPECT_TRUE(info.Untouched());
+
+  ASSERT_EQ(qorSound_Initialize(nullptr, 1), S_OK);
+  ASSERT_EQ(info.Get(good), S_OK);
+  EXPECT_EQ(info.Tag, 1u);
+  EXPECT_EQ(info.Channels, 2);
+  EXPECT_EQ(info.Bits, 8);
+  EXPECT_EQ(info.Rate, 11025);
+  EXPECT_EQ(info.Bytes, static_cast<int>(ToneSpec(8).Data.size()));
 }
