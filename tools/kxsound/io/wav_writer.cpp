@@ -56,21 +56,44 @@ double Tpdf(uint64_t& state) {
   return static_cast<double>(r >> 32) * kUnit - static_cast<double>(r & 0xFFFFFFFFu) * kUnit;
 }
 
+// A float sample as 16 bits with dither; false when it had to be clipped to fit.
+bool Quantise(float sample, uint64_t& dither, int16_t* out) {
+  double x = static_cast<double>(sample) * 32768.0 + Tpdf(dither);
+  if (x >= 32767.5) {
+    *out = 32767;
+    return false;
+  }
+  if (!(x >= -32768.5)) {  // NaN counts as the floor
+    *out = -32768;
+    return false;
+  }
+  *out = static_cast<int16_t>(std::lrint(x));
+  return true;
+}
+
 }  // namespace
 
 int16_t WavWriter::ToPcm(float sample) {
   double level = std::fabs(sample);
   if (level > peak_) peak_ = static_cast<float>(level);
-  double x = static_cast<double>(sample) * 32768.0 + Tpdf(dither_);
-  if (x >= 32767.5) {
-    ++clipped_;
-    return 32767;
+  int16_t pcm;
+  if (!Quantise(sample, dither_, &pcm)) ++clipped_;
+  return pcm;
+}
+
+std::string WavBytes(const std::vector<float>& samples, uint32_t rate, uint16_t channels) {
+  const size_t count = channels ? samples.size() - samples.size() % channels : 0;
+  if (count * 2 > kMaxDataBytes) return std::string();
+  std::string out(kHeaderBytes + count * 2, '\0');
+  auto* bytes = reinterpret_cast<uint8_t*>(&out[0]);
+  MakeHeader(bytes, rate, channels, static_cast<uint32_t>(count * 2));
+  uint64_t dither = kDitherSeed;
+  for (size_t i = 0; i < count; ++i) {
+    int16_t pcm;
+    Quantise(samples[i], dither, &pcm);
+    Put16(bytes + kHeaderBytes + i * 2, static_cast<uint16_t>(pcm));
   }
-  if (!(x >= -32768.5)) {  // NaN counts as the floor
-    ++clipped_;
-    return -32768;
-  }
-  return static_cast<int16_t>(std::lrint(x));
+  return out;
 }
 
 WavWriter::~WavWriter() { Abort(); }

@@ -50,3 +50,6 @@ private:
 
 // A whole mono file in one call.
 bool WriteMonoWav(const std::string& path, uint32_t rate, const std::vector<float>& samples, std::string* error);
+// A whole file in memory, dithered as the writer does: interleaved samples, full scale 1.0.
+// Empty when it would pass 4 GB.
+std::string WavBytes(const std::vector<float>& samples, uint32_t rate, uint16_t channels);

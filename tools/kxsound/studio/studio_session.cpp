@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "io/catalogue_json.h"
+#include "io/wav_writer.h"
 #include "kxHost.h"
 #include "kxSound.h"
 
@@ -64,33 +65,6 @@ int g_previewMs = 0;
 void OnPreviewProgress(int progress) {
   if (g_progress && (g_progress->empty() || g_progress->back().second != progress))
     g_progress->emplace_back(g_previewMs, progress);
-}
-
-void PutLe(std::string& out, uint32_t value, int bytes) {
-  for (int i = 0; i < bytes; ++i) out.push_back(static_cast<char>((value >> (8 * i)) & 0xFF));
-}
-
-std::string WaveBytes(const std::vector<float>& stereo, uint32_t rate) {
-  std::string out;
-  uint32_t data = static_cast<uint32_t>(stereo.size() * 2);
-  out.reserve(44 + data);
-  out += "RIFF";
-  PutLe(out, 36 + data, 4);
-  out += "WAVEfmt ";
-  PutLe(out, 16, 4);
-  PutLe(out, 1, 2);
-  PutLe(out, 2, 2);
-  PutLe(out, rate, 4);
-  PutLe(out, rate * 4, 4);
-  PutLe(out, 4, 2);
-  PutLe(out, 16, 2);
-  out += "data";
-  PutLe(out, data, 4);
-  for (float sample : stereo) {
-    long value = std::lround(std::clamp(sample, -1.0f, 1.0f) * 32767.0f);
-    PutLe(out, static_cast<uint32_t>(static_cast<int16_t>(value)) & 0xFFFF, 2);
-  }
-  return out;
 }
 
 }  // namespace
@@ -473,7 +447,7 @@ Rendered StudioSession::Render(int milliseconds, bool (*done)(void*), void* cont
     while ((got = kxHost_TakeCapture(0, frames, 4096)) > 0) stereo.insert(stereo.end(), frames, frames + 2 * got);
     kxHost_TakeCapture(1, nullptr, UINT32_MAX);
   }
-  out.Wav = WaveBytes(stereo, rate ? rate : 48000);
+  out.Wav = WavBytes(stereo, rate ? rate : 48000, 2);
   out.Notes = heard_;
   return out;
 }
