@@ -37,7 +37,7 @@ std::vector<std::string> Entries(const char* text, const char* listPath) {
   return names;
 }
 
-TEST(PlaylistText, LinesCommentsAndTheFolderPrefix) {
+TEST(PlaylistText, LinesCommentsTheFolderPrefixAndNamesThatDoNotFit) {
   const char* text = "#EXTM3U\r\n#EXTINF:12,Title\r\nb.mp3\r\n\r\n\n c.mp3\rsub\\d\n";
   EXPECT_EQ(Entries(text, "music\\lists\\a.m3u"),
             (std::vector<std::string>{"music\\b.mp3", "music\\ c.mp3", "music\\sub\\d"}));
@@ -51,12 +51,10 @@ TEST(PlaylistText, LinesCommentsAndTheFolderPrefix) {
   EXPECT_EQ(Entries("/music/a.mp3\nb.mp3", "lists\\x.m3u"), (std::vector<std::string>{"/music/a.mp3", "lists\\b.mp3"}))
       << "an absolute entry takes no folder";
   EXPECT_TRUE(Entries("", "a.m3u").empty());
-}
 
-TEST(PlaylistText, EntriesThatDoNotFitANameAreLeftOut) {
-  std::string text = std::string(250, 'a') + "\n" + std::string(246, 'b') + "\nshort\n";
+  std::string longNames = std::string(250, 'a') + "\n" + std::string(246, 'b') + "\nshort\n";
   // "music\" is 6 characters: 250 + 6 does not fit 255, 246 + 6 does.
-  std::vector<std::string> names = Entries(text.c_str(), "music\\x.m3u");
+  std::vector<std::string> names = Entries(longNames.c_str(), "music\\x.m3u");
   ASSERT_EQ(names.size(), 2u);
   EXPECT_EQ(names[0].size(), 252u);
   EXPECT_EQ(names[1], "music\\short");
