@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <filesystem>
+#include <initializer_list>
 #include <string>
 
 #include "base/catalogue.h"
@@ -30,12 +31,22 @@ TEST_F(Lifecycle, StartsOnlyWithAnOutputAndFinalizesOnlyAfterAStart) {
   EXPECT_EQ(qorSound_Finalize(), E_FAIL);
   kxHost_SetAudioOutput("none");
   EXPECT_EQ(qorSound_Initialize(nullptr, 1), E_FAIL);
-  EXPECT_EQ(SystemInitialized, 0);
   EXPECT_EQ(qorSound_Finalize(), E_FAIL) << "a failed start leaves nothing to finalize";
   kxHost_SetAudioOutput("offline");
   ASSERT_EQ(qorSound_Initialize(nullptr, 1), S_OK);
   EXPECT_EQ(qorSound_Finalize(), S_OK);
   EXPECT_EQ(qorSound_Finalize(), E_FAIL);
+  EXPECT_EQ(kxHost_FindTuneKey("qorSound_Update"), -1) << "only a game registers its tuning key";
+  ASSERT_EQ(qorSound_Initialize(nullptr, 0), S_OK);
+  EXPECT_GE(kxHost_FindTuneKey("qorSound_Update"), 0);
+
+  // A root too long for the base file's path loads and saves nothing, not even under a cut name.
+  qorSound_Finalize();
+  const std::string deep = root.path() + std::string(230, 'd');
+  std::filesystem::create_directory(deep);
+  kxHost_SetRootFolder(deep.c_str());
+  ASSERT_EQ(qorSound_Initialize(nullptr, 1), S_OK);
+  EXPECT_EQ(qorSound_SaveBase(), E_FAIL);
 }
 
 TEST_F(Lifecycle, GatedOperationsRefuseUntilStarted) {
@@ -59,6 +70,13 @@ TEST_F(Lifecycle, GatedOperationsRefuseUntilStarted) {
   EXPECT_EQ(SoundList, nullptr) << "no base file: an empty catalogue";
   qorSound_SetLatency(40);
   EXPECT_EQ(SoundLatency, 40u);
+  std::string names;
+  for (ULONG tag : std::initializer_list<ULONG>{1, 2, 0x55, 0x13, 0x203, 0x1400, 0, 3, 0x10001, 0xFFFF}) {
+    std::memset(format, 'x', sizeof format);
+    qorSound_WaveFormatStr(tag, format);
+    names += std::string(format) + "|";
+  }
+  EXPECT_EQ(names, "PCM|ADPCM|MPEGLAYER3|SIERRA_ADPCM|CREATIVE FASTSPEECH10|NORRIS|UNKNOWN|UNKNOWN|UNKNOWN|UNKNOWN|");
   qorSound_Finalize();
   // Settings outlive the system.
   EXPECT_EQ(SoundLatency, 40u);
@@ -85,35 +103,6 @@ TEST_F(Lifecycle, ASecondStartWhileRunningIsRefusedAndLeavesTheFirstAlone) {
   ASSERT_EQ(qorSound_Finalize(), S_OK);
   EXPECT_EQ(Threads(), before);
   EXPECT_EQ(qorSound_Finalize(), E_FAIL);
-}
-
-TEST_F(Lifecycle, ARootTooLongForThePathLoadsAndSavesNothing) {
-  std::string deep = root.path() + std::string(230, 'd');
-  kxHost_SetRootFolder(deep.c_str());
-  ASSERT_EQ(qorSound_Initialize(nullptr, 1), S_OK);
-  EXPECT_EQ(BaseFilePath[0], 0);
-  EXPECT_EQ(qorSound_SaveBase(), E_FAIL);
-}
-
-TEST_F(Lifecycle, OnlyTheGameRegistersItsTuningKey) {
-  ASSERT_EQ(qorSound_Initialize(nullptr, 1), S_OK);
-  qorSound_Finalize();
-  EXPECT_EQ(kxHost_FindTuneKey("qorSound_Update"), -1);
-  ASSERT_EQ(qorSound_Initialize(nullptr, 0), S_OK);
-  EXPECT_GE(kxHost_FindTuneKey("qorSound_Update"), 0);
-}
-
-TEST_F(Lifecycle, FormatNamesComeFromTheFixedTable) {
-  ASSERT_EQ(qorSound_Initialize(nullptr, 1), S_OK);
-  const std::pair<ULONG, const char*> cases[] = {{1, "PCM"}, {2, "ADPCM"}, {0x55, "MPEGLAYER3"}, {0x13, "SIERRA_ADPCM"},
-                                                  {0x203, "CREATIVE FASTSPEECH10"}, {0x1400, "NORRIS"}, {0, "UNKNOWN"},
-                                                  {3, "UNKNOWN"}, {0x10001, "UNKNOWN"}, {0xFFFF, "UNKNOWN"}};
-  for (auto [tag, expected] : cases) {
-    char name[22];
-    std::memset(name, 'x', sizeof name);
-    qorSound_WaveFormatStr(tag, name);
-    EXPECT_STREQ(name, expected) << tag;
-  }
 }
 
 }  // namespace
