@@ -2,7 +2,6 @@
 // catalogue and the code and key words of the lines they must produce.
 #include <dlfcn.h>
 
-#include <functional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -49,9 +48,6 @@ void RememberAcquired(QORSOUND_STREAM_EVENT event, void* stream, void*) {
 const float FAR_AWAY[3] = {300, 0, 400};
 
 class Diagnostics : public ModuleTest {
-public:
-  using ModuleTest::root;
-
 protected:
   void SetUp() override {
     ModuleTest::SetUp();
@@ -65,8 +61,6 @@ protected:
     g_stuckDelta = false;
     ModuleTest::TearDown();
   }
-
-public:
   // A sound of one file, sounds\<name>.wav, written from shape unless write is false.
   void AddSound(const char* name, const WaveShape& shape, int is3D = 0, bool write = true) {
     std::string file = std::string(name) + ".wav";
@@ -99,6 +93,10 @@ public:
   }
   void ExpectHeard(int code, const std::vector<std::string>& words) {
     EXPECT_TRUE(HeardWith(code, words)) << words.front() << "\nheard:\n" << HeardText();
+  }
+  void ExpectWhy(const char* name, int32_t result, const std::vector<std::string>& words) {
+    const std::string all = Why(name, result);
+    for (const std::string& word : words) EXPECT_NE(all.find(word), std::string::npos) << word << "\nin:\n" << all;
   }
 
   Heard heard;
@@ -285,114 +283,51 @@ TEST_F(Diagnostics, NoExceptionCrossesAnExportAndTheSinkMayCallBack) {
   EXPECT_EQ(calls, 1);
 }
 
-// ---- kxSound_Why ----
-
-struct WhyCase {
-  const char* Name;
-  std::function<void(Diagnostics&)> Act;
-  const char* Sound;
-  int32_t Result;
-  std::vector<std::string> Words;
-};
-
-const std::vector<WhyCase>& WhyCases() {
-  static const std::vector<WhyCase> cases = {
-      {"UnknownSound", [](Diagnostics&) {}, "Brid", E_FAIL, {"unknown sound \"Brid\" (nearest: \"Bird\")"}},
-      {"NotInitialised", [](Diagnostics&) { qorSound_Finalize(); }, "Bird", E_FAIL, {"not initialised"}},
-      {"Redirection",
-       [](Diagnostics& t) {
-         t.AddSound("Owl", Mono());
-         ASSERT_EQ(qorSound_RedirectSound("Bird", "Owl"), S_OK);
-       },
-       "Bird",
-       S_OK,
-       {"\"Bird\" -> \"Owl\" is redirected: a play by name plays \"Owl\""}},
-      {"NotLoggedInAndAFileFoundWithItsFormat",
-       [](Diagnostics&) {},
-       "Bird",
-       S_OK,
-       {"not logged in", "file 0 \"sounds\\bird.wav\": enabled, found at",
-        "sounds/Bird.wav\", PCM 16-bit mono 22050 Hz, 0.200 s",
-        "a play now logs the sound in and plays the first enabled file"}},
-      {"DisabledMissingAndRefusedFiles",
-       [](Diagnostics& t) {
-         char missing[64] = "sounds\\gone.wav";
-         qorSound_AddFile("Bee3D", missing);
-         WaveShape stereo = Mono();
-         stereo.Channels = 2, stereo.Data = Tone(440, 0.2, 22050, 2, 16, 0.5);
-         WriteWave(t.root, "sounds/wide.wav", stereo);
-         char wide[64] = "sounds\\wide.wav";
-         qorSound_AddFile("Bee3D", wide);
-         qorSound_SetFileEnabled("Bee3D", 0, 0);
-       },
-       "Bee3D",
-       S_OK,
-       {"file 0 \"sounds\\bee3d.wav\": disabled", "file 1 \"sounds\\gone.wav\": enabled, not found at",
-        "file 2 \"sounds\\wide.wav\": enabled, found at", "but it is stereo; a 3D sound must be mono",
-        "a play now fails: the login fails on file 1"}},
-      {"StreamsHeldAndStealable",
-       [](Diagnostics&) {
-         static void* held;
-         qorSound_QueryStream("Bird", &held, STREAM_FLAG_STEALABLE);
-       },
-       "Bird",
-       S_OK,
-       {"logged in: 1 enabled file loaded, 1 stream", "1 in all, 0 free, 0 one-shots playing, 1 held (1 stealable)",
-        "every stream of the file is held"}},
-      {"DistanceToTheEarsAgainstMaxDistance",
-       [](Diagnostics&) {
-         static void* held;
-         const float where[3] = {30, 0, 40};
-         qorSound_QueryStream("Bee3D", &held, 0);
-         qorSound_SetStreamPosition(held, where);
-         qorSound_PlayStream(held);
-       },
-       "Bee3D",
-       S_OK,
-       {"(playing) at (30.00, 0.00, 40.00): distance 50.00 of MaxDistance 100.00"}},
-      {"LevelChainInDecibels",
-       [](Diagnostics&) {
-         qorSound_SetVolume("Bird", 50);
-         qorSound_SetVolume(50);
-       },
-       "Bird",
-       S_OK,
-       {"Volume 50 x VolumeScale 1.00 x VolumeFactor 0.50 = 25 -> device level -7500 (-75.00 dB)"}},
-      {"LevelTheDeviceRefuses",
-       [](Diagnostics&) { qorSound_SetVolume("Bird", 250); },
-       "Bird",
-       S_OK,
-       {"= 250, outside 0..100", "it is not heard"}},
-      {"SoundSwitchedOff",
-       [](Diagnostics&) { qorSound_Enable(0); },
-       "Bird",
-       S_OK,
-       {"sound is switched off", "a play now fails"}},
-      {"ThreeDPaused",
-       [](Diagnostics&) {
-         static void* held;
-         qorSound_QueryStream("Bee3D", &held, 0);
-         qorSound_PlayStream(held);
-         qorSound_Pause3DSounds();
-       },
-       "Bee3D",
-       S_OK,
-       {"3D sounds are paused (qorSound_Pause3DSounds): 1 stream of this sound waits"}},
-  };
-  return cases;
+TEST_F(Diagnostics, WhyTellsTheFilesAndTheRedirection) {
+  ExpectWhy("Brid", E_FAIL, {"unknown sound \"Brid\" (nearest: \"Bird\")"});
+  ExpectWhy("Bird", S_OK,
+            {"not logged in", "file 0 \"sounds\\bird.wav\": enabled, found at",
+             "sounds/Bird.wav\", PCM 16-bit mono 22050 Hz, 0.200 s",
+             "a play now logs the sound in and plays the first enabled file"});
+  char missing[64] = "sounds\\gone.wav";
+  qorSound_AddFile("Bee3D", missing);
+  WaveShape stereo = Mono();
+  stereo.Channels = 2, stereo.Data = Tone(440, 0.2, 22050, 2, 16, 0.5);
+  WriteWave(root, "sounds/wide.wav", stereo);
+  char wide[64] = "sounds\\wide.wav";
+  qorSound_AddFile("Bee3D", wide);
+  qorSound_SetFileEnabled("Bee3D", 0, 0);
+  ExpectWhy("Bee3D", S_OK,
+            {"file 0 \"sounds\\bee3d.wav\": disabled", "file 1 \"sounds\\gone.wav\": enabled, not found at",
+             "file 2 \"sounds\\wide.wav\": enabled, found at", "but it is stereo; a 3D sound must be mono",
+             "a play now fails: the login fails on file 1"});
+  AddSound("Owl", Mono());
+  ASSERT_EQ(qorSound_RedirectSound("Bird", "Owl"), S_OK);
+  ExpectWhy("Bird", S_OK, {"\"Bird\" -> \"Owl\" is redirected: a play by name plays \"Owl\""});
 }
 
-class EachWhy : public Diagnostics, public ::testing::WithParamInterface<WhyCase> {};
-
-TEST_P(EachWhy, AnswersWithItsWords) {
-  GetParam().Act(*this);
-  if (HasFatalFailure()) return;
-  std::string all = Why(GetParam().Sound, GetParam().Result);
-  for (const std::string& word : GetParam().Words)
-    EXPECT_NE(all.find(word), std::string::npos) << word << "\nin:\n" << all;
+TEST_F(Diagnostics, WhyTellsTheStreamsLevelsAndSwitches) {
+  qorSound_QueryStream("Bird", &held[0], STREAM_FLAG_STEALABLE);
+  ExpectWhy("Bird", S_OK,
+            {"logged in: 1 enabled file loaded, 1 stream",
+             "1 in all, 0 free, 0 one-shots playing, 1 held (1 stealable)", "every stream of the file is held"});
+  qorSound_ReleaseStream(held[0]);
+  const float where[3] = {30, 0, 40};
+  qorSound_QueryStream("Bee3D", &held[1], 0);
+  qorSound_SetStreamPosition(held[1], where);
+  qorSound_PlayStream(held[1]);
+  ExpectWhy("Bee3D", S_OK, {"(playing) at (30.00, 0.00, 40.00): distance 50.00 of MaxDistance 100.00"});
+  qorSound_Pause3DSounds();
+  ExpectWhy("Bee3D", S_OK, {"3D sounds are paused (qorSound_Pause3DSounds): 1 stream of this sound waits"});
+  qorSound_SetVolume("Bird", 250);
+  ExpectWhy("Bird", S_OK, {"= 250, outside 0..100", "it is not heard"});
+  qorSound_SetVolume("Bird", 50);
+  qorSound_SetVolume(50);
+  ExpectWhy("Bird", S_OK, {"Volume 50 x VolumeScale 1.00 x VolumeFactor 0.50 = 25 -> device level -7500 (-75.00 dB)"});
+  qorSound_Enable(0);
+  ExpectWhy("Bird", S_OK, {"sound is switched off", "a play now fails"});
+  qorSound_Finalize();
+  ExpectWhy("Bird", E_FAIL, {"not initialised"});
 }
-
-INSTANTIATE_TEST_SUITE_P(Why, EachWhy, ::testing::ValuesIn(WhyCases()),
-                         [](const ::testing::TestParamInfo<WhyCase>& info) { return std::string(info.param.Name); });
 
 }  // namespace
