@@ -57,10 +57,6 @@ protected:
     AddSound("Bee3D", Mono(), 1);
     kxSound_SetDiagnosticSink(Collect, &heard);
   }
-  void TearDown() override {
-    g_stuckDelta = false;
-    ModuleTest::TearDown();
-  }
   // A sound of one file, sounds\<name>.wav, written from shape unless write is false.
   void AddSound(const char* name, const WaveShape& shape, int is3D = 0, bool write = true) {
     std::string file = std::string(name) + ".wav";
