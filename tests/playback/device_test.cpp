@@ -1,5 +1,5 @@
-#include "buffer_fixture.h"
 #include "core/device.h"
+#include "buffer_fixture.h"
 
 namespace {
 
@@ -39,7 +39,7 @@ TEST_F(Device, PositionsWaitForTheCommitAndTheEarsTurnTheListener) {
   EXPECT_NEAR(Decibels(heard.RmsLeft(0.05), heard.RmsRight(0.05)), 0.0, 0.5);
 }
 
-TEST_F(Device, FactorsAreCheckedBeforeTheDevice) {
+TEST_F(Device, FactorsAndEarsAreCheckedBeforeTheDevice) {
   EXPECT_GE(Device_SetRolloffFactor(0.0f), 0);
   EXPECT_GE(Device_SetRolloffFactor(10.0f), 0);
   EXPECT_EQ(Device_SetRolloffFactor(-0.5f), E_FAIL);
@@ -52,22 +52,19 @@ TEST_F(Device, FactorsAreCheckedBeforeTheDevice) {
   EXPECT_GE(Device_SetDistanceFactor(1000.0f), 0);
   EXPECT_EQ(Device_SetDistanceFactor(-1.0f), E_FAIL);
   EXPECT_LT(Device_SetDistanceFactor(0.0f), 0) << "the device refuses what the module lets through";
-}
 
-TEST_F(Device, EarsNeedARunningEnabledSystem) {
+  // The ears need a running, enabled system and all three vectors.
   float moved[3] = {5, 6, 7}, front[3] = {0, 0, 1}, top[3] = {0, 1, 0};
-  EXPECT_EQ(EarsPosition[0], 0.0f);
   SoundEnabled = 0;
   EXPECT_EQ(qorSound_SetEarsPosition(moved, front, top), E_FAIL);
   SoundEnabled = 1;
-  EXPECT_EQ(EarsPosition[0], 0.0f);
   EXPECT_EQ(qorSound_SetEarsPosition(moved, nullptr, top), E_FAIL);
-  ASSERT_EQ(qorSound_SetEarsPosition(moved, front, top), S_OK);
+  EXPECT_EQ(EarsPosition[0], 0.0f) << "a refused call keeps the ears";
+  EXPECT_EQ(qorSound_SetEarsPosition(moved, front, top), S_OK);
   EXPECT_EQ(EarsPosition[2], 7.0f);
   qorSound_Finalize();
   EXPECT_EQ(qorSound_SetEarsPosition(moved, front, top), E_FAIL);
-  EXPECT_EQ(DirectSoundObject, nullptr);
-  EXPECT_EQ(ListenerObject, nullptr);
+  EXPECT_EQ(Device_SetRolloffFactor(1.0f), E_FAIL) << "the listener went with the device";
 }
 
 }  // namespace
