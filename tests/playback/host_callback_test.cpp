@@ -172,9 +172,12 @@ std::vector<std::string> seen;
 
 const Enumeration ENUMERATIONS[] = {
     {"DeleteTheSoundShown", false, [](char* name) { qorSound_DeleteSound(name); }, {"a", "b", "c", "d"}},
-    {"DeleteTheNextSound", false, [](char* name) { qorSound_DeleteSound(std::string(1, name[0] + 1).c_str()); },
+    {"DeleteTheNextSound",
+     false,
+     [](char* name) { qorSound_DeleteSound(std::string(1, name[0] + 1).c_str()); },
      {"a", "c"}},
-    {"DeleteEverySound", false,
+    {"DeleteEverySound",
+     false,
      [](char*) {
        for (const char* sound : {"a", "b", "c", "d"}) qorSound_DeleteSound(sound);
      },
