@@ -63,7 +63,6 @@ struct Death {
   void (*Kill)();
   void (*Revive)();
 };
-void PrintTo(const Death& death, std::ostream* out) { *out << death.Name; }
 const Death DEATHS[] = {
     {"Logout", [] { qorSound_LogoutSound("s"); }, [] {}},
     {"Delete", [] { qorSound_DeleteSound("s"); }, [] { qorSound_LoadBase(); }},

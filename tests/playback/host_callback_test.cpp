@@ -167,7 +167,6 @@ struct Enumeration {
   void (*Visit)(char* text);
   std::vector<std::string> Seen;
 };
-void PrintTo(const Enumeration& enumeration, std::ostream* out) { *out << enumeration.Name; }
 std::vector<std::string> seen;
 
 const Enumeration ENUMERATIONS[] = {

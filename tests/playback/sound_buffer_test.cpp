@@ -93,24 +93,6 @@ TEST_F(Buffers, CommandsContinueOrRestartWhereTheyShould) {
   EXPECT_FALSE(SoundBuffer_IsPlaying(buffer));
 }
 
-TEST_F(Buffers, LengthsAndProgressInWholeUnits) {
-  WaveShape shape;
-  shape.Channels = 2;
-  shape.SampleRate = 22050;
-  for (auto [bytes, ms] : {std::pair{88200u, 1000u}, {100u, 1u}, {80u, 0u}}) {
-    shape.Data.assign(bytes, 0);
-    SoundBuffer* buffer = Keep(SoundBuffer_LoadFile(WriteWave(root, "s.wav", shape).c_str(), 0));
-    ASSERT_NE(buffer, nullptr);
-    EXPECT_EQ(SoundBuffer_GetDurationMs(buffer), ms) << bytes;
-  }
-  SoundBuffer* second = made.front();
-  SoundBuffer_SetProgress(second, 50);
-  EXPECT_EQ(Cursor(second), 44100u);
-  EXPECT_EQ(SoundBuffer_GetProgress(second), 50u);
-  SoundBuffer_SetPositionMs(second, 250);
-  EXPECT_EQ(Cursor(second), 22048u) << "byte 22050, moved back to the start of its frame";
-}
-
 // That the samples are shared is the stand-in's own, proved in tests/platform.
 TEST_F(Buffers, DuplicatesKeepTheFrequencyButNotTheState) {
   SoundBuffer* buffer = Load(1.0, 1);
@@ -127,7 +109,7 @@ TEST_F(Buffers, DuplicatesKeepTheFrequencyButNotTheState) {
   EXPECT_EQ(SoundBuffer_Duplicate(nullptr), nullptr);
 }
 
-TEST_F(Buffers, LoadingTakesPcmAsItIsAndCountsEveryAttempt) {
+TEST_F(Buffers, LoadingTakesPcmAsItIsCountsEveryAttemptAndMeasuresInWholeUnits) {
   int32_t created = SoundsCreated();
   SoundBuffer* small = Load(0.1, 0, 1, 11025, 8);
   ASSERT_NE(small, nullptr);
@@ -151,6 +133,23 @@ TEST_F(Buffers, LoadingTakesPcmAsItIsAndCountsEveryAttempt) {
   getrusage(RUSAGE_SELF, &after);
   EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 16 * 1024) << "kilobytes of peak memory";
   EXPECT_EQ(SoundsCreated(), created + 5);
+
+  // Lengths and progress in whole units.
+  WaveShape shape;
+  shape.Channels = 2;
+  shape.SampleRate = 22050;
+  for (auto [bytes, ms] : {std::pair{88200u, 1000u}, {100u, 1u}, {80u, 0u}}) {
+    shape.Data.assign(bytes, 0);
+    SoundBuffer* buffer = Keep(SoundBuffer_LoadFile(WriteWave(root, "s.wav", shape).c_str(), 0));
+    ASSERT_NE(buffer, nullptr);
+    EXPECT_EQ(SoundBuffer_GetDurationMs(buffer), ms) << bytes;
+  }
+  SoundBuffer* second = made.end()[-3];  // the one of 1000 ms
+  SoundBuffer_SetProgress(second, 50);
+  EXPECT_EQ(Cursor(second), 44100u);
+  EXPECT_EQ(SoundBuffer_GetProgress(second), 50u);
+  SoundBuffer_SetPositionMs(second, 250);
+  EXPECT_EQ(Cursor(second), 22048u) << "byte 22050, moved back to the start of its frame";
 }
 
 }  // namespace
