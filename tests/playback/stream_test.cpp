@@ -211,7 +211,7 @@ TEST_F(Streams, AHandOverWithNowhereToGoRestartsTheSameStream) {
   }
 }
 
-TEST_F(Streams, FarThreeDSoundsAreCutOffAndTheMasterVolumeReachesTheRest) {
+TEST_F(Streams, FarThreeDSoundsAreCutOffAndTheVolumesReachTheRest) {
   Sound("far", {440}, 1.0, 1, 1);
   qorSound_SetDistances("far", 1.0f, 10.0f);
   const float edge[3] = {0, 0, 10.0f}, beyond[3] = {0, 0, std::nextafter(10.0f, 11.0f)}, away[3] = {0, 0, 1e3f};
@@ -230,46 +230,25 @@ TEST_F(Streams, FarThreeDSoundsAreCutOffAndTheMasterVolumeReachesTheRest) {
   EXPECT_NEAR(Decibels(Run(100).Rms(0.02), full), -7.0, 0.3);
   ASSERT_TRUE(Play("far", away));
   EXPECT_NEAR(Decibels(Run(100).Rms(0.02), full), -7.0, 0.3) << "a new start at the same level";
+
+  // A one-shot's handle, known only from its event: no control, but its own level.
+  ASSERT_EQ(qorSound_SetVolume(100), S_OK);
+  void* shot = events.back().First;
+  EXPECT_EQ(qorSound_StopStream(shot), E_FAIL);
+  EXPECT_EQ(qorSound_PauseStream(shot), E_FAIL);
+  qorSound_ReleaseStream(shot);
+  ASSERT_EQ(qorSound_SetStreamVolume(shot, 94), S_OK);
+  EXPECT_NEAR(Decibels(Run(100).Rms(0.02), full), -7.0, 0.3) << "truncated to 93, as for the master volume";
+  EXPECT_EQ(State(shot), "[single]");
 }
 
-TEST_F(Streams, SwitchingSoundOffSilencesEverythingAndOnRestartsNothing) {
-  Sound("fx", {440}, 1.0, 3);
-  void *kept = nullptr, *loose = nullptr;
-  ASSERT_TRUE(Play("fx"));
-  void* shot = events[0].First;
-  Held("fx", &kept);
-  Held("fx", &loose, STREAM_FLAG_STEALABLE);
-  static int ends;
-  ends = 0;
-  ASSERT_EQ(qorSound_PlayFile2(ToneFile("p.wav", 440, 0.05).c_str(), 0, [](int p) { ends += p == 1000; }), S_OK);
-  Run(20);
-  DWORD place = Cursor(S(kept)->Buffer);
-  events.clear();
-
-  ASSERT_EQ(qorSound_Enable(0), S_OK);
-  EXPECT_TRUE(events.empty());
-  EXPECT_EQ(State(shot), "[free]");
-  EXPECT_EQ(State(loose), "[free]");
-  EXPECT_EQ(State(kept), "[stopped]");
-  EXPECT_EQ(Listen(100).Rms(0.04), 0.0);
-  ShowStatistic = 1;
-  EXPECT_TRUE(Overlay().empty());
-  EXPECT_EQ(ends, 0) << "the ended preview isn't noticed while off";
-  EXPECT_FALSE(Play("fx"));
-  ASSERT_EQ(qorSound_Enable(1), S_OK);
-  EXPECT_EQ(Listen(100).Rms(), 0.0);
-  qorSound_Update();
-  EXPECT_EQ(ends, 1);
-  ASSERT_EQ(qorSound_ResumeStream(kept), S_OK);
-  EXPECT_EQ(Cursor(S(kept)->Buffer), place) << "continues where sound was switched off";
-}
-
-TEST_F(Streams, StopResumeAndPausePlayContinueWhereTheyLeftOff) {
+TEST_F(Streams, HeldStreamsContinueWhereTheyLeftOffAndSwitchingSoundOffRestartsNothing) {
   Create("door");
   ToneFile("sounds/door.old.wav", 440, 2.0);
   char path[64] = "Sounds\\Door.Old.wav", name[64];
   ASSERT_EQ(qorSound_AddFile("door", path), S_OK);
-  void* door = nullptr;
+  qorSound_SetNumStreams("door", 3);
+  void *door = nullptr, *loose = nullptr;
   ASSERT_EQ(qorSound_QueryStream("door", &door, 0), door);
   ASSERT_EQ(qorSound_GetStreamFile(door, name), S_OK);
   EXPECT_STREQ(name, "door");
@@ -293,19 +272,35 @@ TEST_F(Streams, StopResumeAndPausePlayContinueWhereTheyLeftOff) {
   EXPECT_EQ(Cursor(buffer), paused);
   EXPECT_GT(Run(50).Rms(0.01), 0.1);
   EXPECT_EQ(Sent(), (Kinds{1, 5, 5, 5, 5, 5}));
-  qorSound_ReleaseStream(door);
-  EXPECT_EQ(State(door), "[free]");
 
-  // A one-shot's handle, known only from its event: no control, but its own level.
+  // Off: one-shots and stealable streams are freed, held ones stop where they are, all untold.
   ASSERT_TRUE(Play("door"));
   void* shot = events.back().First;
-  double full = Run(100).Rms(0.02);
-  EXPECT_EQ(qorSound_StopStream(shot), E_FAIL);
-  EXPECT_EQ(qorSound_PauseStream(shot), E_FAIL);
-  qorSound_ReleaseStream(shot);
-  ASSERT_EQ(qorSound_SetStreamVolume(shot, 94), S_OK);
-  EXPECT_NEAR(Decibels(Run(100).Rms(0.02), full), -7.0, 0.3) << "truncated to 93, as for the master volume";
-  EXPECT_EQ(State(shot), "[single]");
+  Held("door", &loose, STREAM_FLAG_STEALABLE);
+  static int ends;
+  ends = 0;
+  ASSERT_EQ(qorSound_PlayFile2(ToneFile("p.wav", 440, 0.05).c_str(), 0, [](int p) { ends += p == 1000; }), S_OK);
+  Run(20);
+  DWORD place = Cursor(buffer);
+  events.clear();
+  ASSERT_EQ(qorSound_Enable(0), S_OK);
+  EXPECT_TRUE(events.empty());
+  EXPECT_EQ(State(shot), "[free]");
+  EXPECT_EQ(State(loose), "[free]");
+  EXPECT_EQ(State(door), "[stopped]");
+  EXPECT_EQ(Listen(100).Rms(0.04), 0.0);
+  ShowStatistic = 1;
+  EXPECT_TRUE(Overlay().empty());
+  EXPECT_EQ(ends, 0) << "the ended preview isn't noticed while off";
+  EXPECT_FALSE(Play("door"));
+  ASSERT_EQ(qorSound_Enable(1), S_OK);
+  EXPECT_EQ(Listen(100).Rms(), 0.0);
+  qorSound_Update();
+  EXPECT_EQ(ends, 1);
+  ASSERT_EQ(qorSound_ResumeStream(door), S_OK);
+  EXPECT_EQ(Cursor(buffer), place) << "continues where sound was switched off";
+  qorSound_ReleaseStream(door);
+  EXPECT_EQ(State(door), "[free]");
 }
 
 TEST_F(Streams, ThePauseOfThreeDSoundsHoldsThemAcrossUpdates) {
