@@ -3,27 +3,18 @@
 
 namespace {
 
-class Device : public BufferTest {
-protected:
-  // A 3D tone started with 3D processing, at a committed position.
-  SoundBuffer* Spatial(float x, float y, float z) {
-    SoundBuffer* buffer = Load(2.0, 1);
-    if (!buffer) return nullptr;
-    SoundBuffer_SetDistances(buffer, 1.0f, 100.0f);
-    SoundBuffer_Enable3D(buffer, 1);
-    float position[3] = {x, y, z};
-    SoundBuffer_SetPosition(buffer, position);
-    SoundBuffer_Command(buffer, BUFFER_CMD_PLAY);
-    Device_CommitDeferred();
-    return buffer;
-  }
-};
+using Device = BufferTest;
 
 // How distance and side sound is heard in tests/platform; here, what the module commits and when.
 TEST_F(Device, PositionsWaitForTheCommitAndTheEarsTurnTheListener) {
-  SoundBuffer* buffer = Spatial(0, 0, 2.0f);
+  SoundBuffer* buffer = Load(2.0, 1);
   ASSERT_NE(buffer, nullptr);
-  float right[3] = {2.0f, 0, 0};
+  SoundBuffer_SetDistances(buffer, 1.0f, 100.0f);
+  SoundBuffer_Enable3D(buffer, 1);
+  float ahead[3] = {0, 0, 2.0f}, right[3] = {2.0f, 0, 0};
+  SoundBuffer_SetPosition(buffer, ahead);
+  SoundBuffer_Command(buffer, BUFFER_CMD_PLAY);
+  Device_CommitDeferred();
   SoundBuffer_SetPosition(buffer, right);
   Capture heard = Listen(200);
   EXPECT_NEAR(Decibels(heard.RmsLeft(0.05), heard.RmsRight(0.05)), 0.0, 0.5) << "not moved until the commit";

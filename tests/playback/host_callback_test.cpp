@@ -27,11 +27,7 @@ void OnEvent(QORSOUND_STREAM_EVENT kind, void*, void*) {
   host.Act(host.Sound);
 }
 
-struct Action {
-  const char* Name;
-  void (*Do)(const char* sound);
-};
-const Action ACTIONS[] = {
+const std::pair<const char*, void (*)(const char* sound)> ACTIONS[] = {
     {"Logout", [](const char* s) { qorSound_LogoutSound(s); }},
     {"Delete", [](const char* s) { qorSound_DeleteSound(s); }},
     {"Reload", [](const char*) { qorSound_LoadBase(); }},
@@ -124,7 +120,7 @@ TEST_P(HostCallback, NothingBreaksAndAFreshPlayWorks) {
   const Trigger& trigger = TRIGGERS[std::get<0>(GetParam())];
   const char* name = host.Sound = trigger.Sound;
   host.Event = trigger.Event;
-  host.Act = ACTIONS[std::get<1>(GetParam())].Do;
+  host.Act = ACTIONS[std::get<1>(GetParam())].second;
   ASSERT_EQ(qorSound_LoadAmbient(name), S_OK) << "an ambient of the same sound takes part";
   Holders holders;
   trigger.Fire(name, holders);
@@ -157,7 +153,7 @@ INSTANTIATE_TEST_SUITE_P(EveryEventEveryAction, HostCallback,
                          ::testing::Combine(::testing::Range(0, 8), ::testing::Range(0, 7)),
                          [](const ::testing::TestParamInfo<std::tuple<int, int>>& info) {
                            return std::string(TRIGGERS[std::get<0>(info.param)].Name) + "_" +
-                                  ACTIONS[std::get<1>(info.param)].Name;
+                                  ACTIONS[std::get<1>(info.param)].first;
                          });
 
 // The enumerations with a callback that deletes, then reads the text it was given.

@@ -218,7 +218,7 @@ TEST_F(Streams, FarThreeDSoundsAreCutOffAndTheVolumesReachTheRest) {
   ASSERT_TRUE(Play("far", edge));
   ASSERT_TRUE(Play("far", beyond));
   EXPECT_EQ(Sent(), Kinds{1}) << "nothing played beyond, and nothing cut off";
-  Play3DEnabled = 0;
+  qorSound_Enable3DPlay(0);
   ASSERT_TRUE(Play("far", away));
   EXPECT_EQ(Sent(), (Kinds{1, 2, 1}));
   double full = Run(100).Rms(0.02);
@@ -418,20 +418,15 @@ TEST_F(Streams, AStoredPathThatDoesNotFitBesideTheRootIsRefusedNotCut) {
   Restart(1);
   ASSERT_EQ(std::strlen(RootFolder), 245u);
   ToneFile(deep + "/sounds/lon", 440, 1.0);
-  struct Case {
-    const char* sound;
-    const char* path;
-    bool heard;
-  } cases[] = {{"edge", "sounds\\lon", true}, {"long", "sounds\\long.wav", false}};
-  for (const Case& c : cases) {
-    Create(c.sound);
+  for (auto [sound, stored, heard] : {std::tuple{"edge", "sounds\\lon", true}, {"long", "sounds\\long.wav", false}}) {
+    Create(sound);
     char path[64];
-    std::snprintf(path, sizeof path, "%s", c.path);
-    ASSERT_EQ(qorSound_AddFile(c.sound, path), S_OK);
-    EXPECT_EQ(qorSound_LoginSound(c.sound), c.heard ? S_OK : E_FAIL) << c.path;
-    EXPECT_EQ(Play(c.sound), c.heard);
-    EXPECT_EQ(Run(100).Rms(0.02) > 0.1, c.heard) << c.path;
-    qorSound_LogoutSound(c.sound);
+    std::snprintf(path, sizeof path, "%s", stored);
+    ASSERT_EQ(qorSound_AddFile(sound, path), S_OK);
+    EXPECT_EQ(qorSound_LoginSound(sound), heard ? S_OK : E_FAIL) << stored;
+    EXPECT_EQ(Play(sound), heard);
+    EXPECT_EQ(Run(100).Rms(0.02) > 0.1, heard) << stored;
+    qorSound_LogoutSound(sound);
   }
 }
 
