@@ -4,14 +4,12 @@
 #include <execinfo.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <filesystem>
 
 #include "kxEngine.h"
 #include "listen.h"
 #include "module_fixture.h"
 #include "playback/sound_stream.h"
-#include "wave_file.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 #define KX_ASAN 1
