@@ -92,7 +92,7 @@ TEST_P(DeadHandles, NeverSteerALaterStream) {
 INSTANTIATE_TEST_SUITE_P(ByEveryDeath, DeadHandles, ::testing::ValuesIn(DEATHS),
                          [](const ::testing::TestParamInfo<Death>& info) { return info.param.Name; });
 
-TEST_F(Handles, ReleasedOnesLeaveTheirStreamInThePool) {
+TEST_F(Handles, ReleasedOnesLeaveTheirStreamInThePoolAndAreToldBeforeItGoes) {
   const std::pair<const char*, LONG (*)(void*)> changes[] = {{"Play", qorSound_PlayStream},
                                                              {"Resume", qorSound_ResumeStream},
                                                              {"Pause", qorSound_PauseStream},
@@ -107,11 +107,9 @@ TEST_F(Handles, ReleasedOnesLeaveTheirStreamInThePool) {
     EXPECT_EQ(State(stream), "[free]");
     EXPECT_EQ(Listen(100).Rms(0.01), 0.0) << "silent once the release has faded";
   }
-}
 
-// An extra stream is told of its release while it still exists; a holder may log the sound
-// out when told.
-TEST_F(Handles, AReleaseIsToldBeforeTheStreamGoes) {
+  // An extra stream is told of its release while it still exists; a holder may log the
+  // sound out when told.
   void* stream = nullptr;
   ASSERT_NE(qorSound_QueryStream("s", &stream, STREAM_FLAG_EXTRA), nullptr);
   qorSound_ReleaseStream(stream);
