@@ -94,8 +94,11 @@ TEST_F(Buffers, DuplicatesKeepTheFrequencyButNotTheState) {
   SoundBuffer* copy = Keep(SoundBuffer_Duplicate(buffer));
   ASSERT_NE(copy, nullptr);
   EXPECT_EQ(SoundsCreated(), created + 1);
-  EXPECT_TRUE(copy->Looped == 0 && copy->SavedCursor == 0 && copy->BaseFrequency == 12345u);
-  EXPECT_TRUE(copy->Buffer3D && !SoundBuffer_Is3DEnabled(copy)) << "3D, switched off";
+  EXPECT_EQ(copy->Looped, 0);
+  EXPECT_EQ(copy->SavedCursor, 0u);
+  EXPECT_EQ(copy->BaseFrequency, 12345u);
+  EXPECT_NE(copy->Buffer3D, nullptr);
+  EXPECT_EQ(SoundBuffer_Is3DEnabled(copy), 0);
   EXPECT_EQ(SoundBuffer_Duplicate(nullptr), nullptr);
 }
 
