@@ -8,12 +8,16 @@ int told;  // stream events sent
 bool logoutOnRelease;
 std::string released;  // the state of the last released stream when its event came
 
+std::string State(void* stream) {
+  char text[16] = "dead";
+  qorSound_GetStreamState(stream, text);
+  return text;
+}
+
 void Tell(QORSOUND_STREAM_EVENT kind, void* stream, void*) {
   ++told;
   if (kind != STREAM_EVENT_RELEASED) return;
-  char state[16] = "dead";
-  qorSound_GetStreamState(stream, state);
-  released = state;
+  released = State(stream);
   if (logoutOnRelease) qorSound_LogoutSound("s");
 }
 
@@ -59,7 +63,6 @@ struct Death {
   void (*Kill)();
   void (*Revive)();
 };
-void PrintTo(const Death& death, std::ostream* out) { *out << death.Name; }
 const Death DEATHS[] = {
     {"Logout", [] { qorSound_LogoutSound("s"); }, [] {}},
     {"Delete", [] { qorSound_DeleteSound("s"); }, [] { qorSound_LoadBase(); }},
@@ -79,9 +82,7 @@ TEST_P(DeadHandles, NeverSteerALaterStream) {
     void* later = nullptr;
     ASSERT_NE(qorSound_QueryStream("s", &later, 0), nullptr);
     sameAddress += later == old;
-    char state[16] = "";
-    steered += qorSound_PlayStream(old) == S_OK || qorSound_GetStreamState(later, state) != S_OK ||
-               std::string(state) != "[stopped]";
+    steered += qorSound_PlayStream(old) == S_OK || State(later) != "[stopped]";
     qorSound_ReleaseStream(later);
   }
   EXPECT_EQ(sameAddress, 0);
@@ -91,36 +92,24 @@ TEST_P(DeadHandles, NeverSteerALaterStream) {
 INSTANTIATE_TEST_SUITE_P(ByEveryDeath, DeadHandles, ::testing::ValuesIn(DEATHS),
                          [](const ::testing::TestParamInfo<Death>& info) { return info.param.Name; });
 
-struct Change {
-  const char* Name;
-  LONG (*Call)(void*);
-};
-void PrintTo(const Change& change, std::ostream* out) { *out << change.Name; }
-const Change CHANGES[] = {{"Play", qorSound_PlayStream},
-                          {"Resume", qorSound_ResumeStream},
-                          {"Pause", qorSound_PauseStream},
-                          {"Stop", qorSound_StopStream}};
+TEST_F(Handles, ReleasedOnesLeaveTheirStreamInThePoolAndAreToldBeforeItGoes) {
+  const std::pair<const char*, LONG (*)(void*)> changes[] = {{"Play", qorSound_PlayStream},
+                                                             {"Resume", qorSound_ResumeStream},
+                                                             {"Pause", qorSound_PauseStream},
+                                                             {"Stop", qorSound_StopStream}};
+  for (auto [name, change] : changes) {
+    SCOPED_TRACE(name);
+    void* stream = Held();
+    qorSound_ReleaseStream(stream);
+    told = 0;
+    EXPECT_EQ(change(stream), E_FAIL);
+    EXPECT_EQ(told, 0);
+    EXPECT_EQ(State(stream), "[free]");
+    EXPECT_EQ(Listen(100).Rms(0.01), 0.0) << "silent once the release has faded";
+  }
 
-class ReleasedHandles : public Handles, public ::testing::WithParamInterface<Change> {};
-
-TEST_P(ReleasedHandles, LeaveTheirStreamInThePool) {
-  void* stream = Held();
-  qorSound_ReleaseStream(stream);
-  told = 0;
-  EXPECT_EQ(GetParam().Call(stream), E_FAIL);
-  EXPECT_EQ(told, 0);
-  char state[16];
-  ASSERT_EQ(qorSound_GetStreamState(stream, state), S_OK);
-  EXPECT_STREQ(state, "[free]");
-  EXPECT_EQ(Listen(100).Rms(0.01), 0.0) << "silent once the release has faded";
-}
-
-INSTANTIATE_TEST_SUITE_P(ByEveryChange, ReleasedHandles, ::testing::ValuesIn(CHANGES),
-                         [](const ::testing::TestParamInfo<Change>& info) { return info.param.Name; });
-
-// An extra stream is told of its release while it still exists; a holder may log the sound
-// out when told.
-TEST_F(Handles, AReleaseIsToldBeforeTheStreamGoes) {
+  // An extra stream is told of its release while it still exists; a holder may log the
+  // sound out when told.
   void* stream = nullptr;
   ASSERT_NE(qorSound_QueryStream("s", &stream, STREAM_FLAG_EXTRA), nullptr);
   qorSound_ReleaseStream(stream);

@@ -27,11 +27,7 @@ void OnEvent(QORSOUND_STREAM_EVENT kind, void*, void*) {
   host.Act(host.Sound);
 }
 
-struct Action {
-  const char* Name;
-  void (*Do)(const char* sound);
-};
-const Action ACTIONS[] = {
+const std::pair<const char*, void (*)(const char* sound)> ACTIONS[] = {
     {"Logout", [](const char* s) { qorSound_LogoutSound(s); }},
     {"Delete", [](const char* s) { qorSound_DeleteSound(s); }},
     {"Reload", [](const char*) { qorSound_LoadBase(); }},
@@ -124,7 +120,7 @@ TEST_P(HostCallback, NothingBreaksAndAFreshPlayWorks) {
   const Trigger& trigger = TRIGGERS[std::get<0>(GetParam())];
   const char* name = host.Sound = trigger.Sound;
   host.Event = trigger.Event;
-  host.Act = ACTIONS[std::get<1>(GetParam())].Do;
+  host.Act = ACTIONS[std::get<1>(GetParam())].second;
   ASSERT_EQ(qorSound_LoadAmbient(name), S_OK) << "an ambient of the same sound takes part";
   Holders holders;
   trigger.Fire(name, holders);
@@ -136,12 +132,9 @@ TEST_P(HostCallback, NothingBreaksAndAFreshPlayWorks) {
   Frames(200);
   ExpectEachStreamInOnePlace();
 
-  if (!SystemInitialized) {
-    ASSERT_EQ(qorSound_Initialize(nullptr, 1), S_OK);
-  }
-  if (qorSound_FindSound(name, nullptr) != S_OK) {
-    ASSERT_EQ(qorSound_LoadBase(), S_OK);
-  }
+  // A start or a reload that fails shows in the fresh play.
+  if (!SystemInitialized) qorSound_Initialize(nullptr, 1);
+  if (qorSound_FindSound(name, nullptr) != S_OK) qorSound_LoadBase();
   // Whatever still holds a stream lets go: one stream per file must come free.
   for (void* handle : {holders.Held, holders.Taker, host.Inner}) qorSound_ReleaseStream(handle);
   ASSERT_EQ(qorSound_UnloadAllAmbients(), S_OK);
@@ -157,7 +150,7 @@ INSTANTIATE_TEST_SUITE_P(EveryEventEveryAction, HostCallback,
                          ::testing::Combine(::testing::Range(0, 8), ::testing::Range(0, 7)),
                          [](const ::testing::TestParamInfo<std::tuple<int, int>>& info) {
                            return std::string(TRIGGERS[std::get<0>(info.param)].Name) + "_" +
-                                  ACTIONS[std::get<1>(info.param)].Name;
+                                  ACTIONS[std::get<1>(info.param)].first;
                          });
 
 // The enumerations with a callback that deletes, then reads the text it was given.
@@ -167,14 +160,16 @@ struct Enumeration {
   void (*Visit)(char* text);
   std::vector<std::string> Seen;
 };
-void PrintTo(const Enumeration& enumeration, std::ostream* out) { *out << enumeration.Name; }
 std::vector<std::string> seen;
 
 const Enumeration ENUMERATIONS[] = {
     {"DeleteTheSoundShown", false, [](char* name) { qorSound_DeleteSound(name); }, {"a", "b", "c", "d"}},
-    {"DeleteTheNextSound", false, [](char* name) { qorSound_DeleteSound(std::string(1, name[0] + 1).c_str()); },
+    {"DeleteTheNextSound",
+     false,
+     [](char* name) { qorSound_DeleteSound(std::string(1, name[0] + 1).c_str()); },
      {"a", "c"}},
-    {"DeleteEverySound", false,
+    {"DeleteEverySound",
+     false,
      [](char*) {
        for (const char* sound : {"a", "b", "c", "d"}) qorSound_DeleteSound(sound);
      },
