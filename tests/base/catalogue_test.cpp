@@ -10,14 +10,19 @@ using Names = std::vector<std::string>;
 
 bool Generated(const std::string& name) { return name.rfind("Sound#", 0) == 0; }
 
+// The name the catalogue gives a new sound asked for under wanted.
+std::string Created(const std::string& wanted = "") {
+  char buffer[400];
+  std::snprintf(buffer, sizeof buffer, "%s", wanted.c_str());
+  qorSound_CreateNewSound(buffer);
+  return buffer;
+}
+
 TEST_F(Catalogue, NewSoundsGoToTheTailAndTakenNamesAreReplaced) {
   Create("door");
-  char buffer[256] = "DOOR";
-  qorSound_CreateNewSound(buffer);
-  EXPECT_TRUE(Generated(buffer)) << buffer;
-  char empty[256] = "";
-  qorSound_CreateNewSound(empty);
-  EXPECT_EQ(SoundNames(), (Names{"door", buffer, empty}));
+  const std::string taken = Created("DOOR"), empty = Created();
+  EXPECT_TRUE(Generated(taken)) << taken;
+  EXPECT_EQ(SoundNames(), (Names{"door", taken, empty}));
 
   void* handle = nullptr;
   ASSERT_EQ(qorSound_FindSound("dOoR", &handle), S_OK);
@@ -33,36 +38,24 @@ TEST_F(Catalogue, NewSoundsGoToTheTailAndTakenNamesAreReplaced) {
   EXPECT_EQ(qorSound_ChangeName("door", "WINDOW"), E_FAIL);
   EXPECT_EQ(SoundNames()[0], "door");
   EXPECT_EQ(qorSound_ChangeName("door", "gate"), S_OK);
-  EXPECT_EQ(SoundNames(), (Names{"gate", buffer, empty, "window"}));
+  EXPECT_EQ(SoundNames(), (Names{"gate", taken, empty, "window"}));
 }
 
 TEST_F(Catalogue, GeneratedNamesSkipTakenNumbersAndNeverReuseFreedOnes) {
   Create("Sound#001");
   Create("Sound#002");
-  char buffer[256] = "";
-  qorSound_CreateNewSound(buffer);
-  EXPECT_STREQ(buffer, "Sound#003");
+  EXPECT_EQ(Created(), "Sound#003");
   qorSound_DeleteSound("Sound#003");
-  buffer[0] = 0;
-  qorSound_CreateNewSound(buffer);
-  EXPECT_STREQ(buffer, "Sound#004");
-
+  EXPECT_EQ(Created(), "Sound#004");
   SoundNameCounter = 999;
-  buffer[0] = 0;
-  qorSound_CreateNewSound(buffer);
-  EXPECT_STREQ(buffer, "Sound#1000");
+  EXPECT_EQ(Created(), "Sound#1000");
 
   // Names that do not fit the field are never stored cut.
   std::string longest(255, 'a');
   Create(longest.c_str());
   EXPECT_EQ(qorSound_FindSound(longest.c_str(), nullptr), S_OK);
 
-  char tooLong[400];
-  std::memset(tooLong, 'b', 300);
-  tooLong[300] = 0;
-  qorSound_CreateNewSound(tooLong);
-  EXPECT_TRUE(Generated(tooLong));
-
+  EXPECT_TRUE(Generated(Created(std::string(300, 'b'))));
   EXPECT_EQ(qorSound_ChangeName(longest.c_str(), std::string(256, 'c').c_str()), E_FAIL);
   EXPECT_EQ(qorSound_FindSound(longest.c_str(), nullptr), S_OK);
 }
