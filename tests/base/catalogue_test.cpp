@@ -6,58 +6,57 @@
 namespace {
 
 using Catalogue = ModuleTest;
+using Names = std::vector<std::string>;
+
+bool Generated(const std::string& name) { return name.rfind("Sound#", 0) == 0; }
+
+// The name the catalogue gives a new sound asked for under wanted.
+std::string Created(const std::string& wanted = "") {
+  char buffer[400];
+  std::snprintf(buffer, sizeof buffer, "%s", wanted.c_str());
+  qorSound_CreateNewSound(buffer);
+  return buffer;
+}
 
 TEST_F(Catalogue, NewSoundsGoToTheTailAndTakenNamesAreReplaced) {
   Create("door");
-  char buffer[256] = "DOOR";
-  qorSound_CreateNewSound(buffer);
-  EXPECT_EQ(std::string(buffer).rfind("Sound#", 0), 0u) << buffer;
-  char empty[256] = "";
-  qorSound_CreateNewSound(empty);
-  EXPECT_EQ(SoundNames(), (std::vector<std::string>{"door", buffer, empty}));
+  const std::string taken = Created("DOOR"), empty = Created();
+  EXPECT_TRUE(Generated(taken)) << taken;
+  EXPECT_EQ(SoundNames(), (Names{"door", taken, empty}));
 
   void* handle = nullptr;
   ASSERT_EQ(qorSound_FindSound("dOoR", &handle), S_OK);
-  EXPECT_EQ(handle, Entry("door"));
   char name[256];
   ASSERT_EQ(qorSound_GetSoundName(handle, name), S_OK);
   EXPECT_STREQ(name, "door");
   EXPECT_EQ(qorSound_FindSound("window", &handle), E_FAIL);
   EXPECT_EQ(handle, nullptr);
+
+  // A rename refuses any taken name, even the sound's own in another case.
+  Create("window");
+  EXPECT_EQ(qorSound_ChangeName("door", "Door"), E_FAIL);
+  EXPECT_EQ(qorSound_ChangeName("door", "WINDOW"), E_FAIL);
+  EXPECT_EQ(SoundNames()[0], "door");
+  EXPECT_EQ(qorSound_ChangeName("door", "gate"), S_OK);
+  EXPECT_EQ(SoundNames(), (Names{"gate", taken, empty, "window"}));
 }
 
 TEST_F(Catalogue, GeneratedNamesSkipTakenNumbersAndNeverReuseFreedOnes) {
-  SoundNameCounter = 0;
   Create("Sound#001");
   Create("Sound#002");
-  char buffer[256] = "";
-  qorSound_CreateNewSound(buffer);
-  EXPECT_STREQ(buffer, "Sound#003");
-  EXPECT_EQ(SoundNameCounter, 3);
+  EXPECT_EQ(Created(), "Sound#003");
   qorSound_DeleteSound("Sound#003");
-  buffer[0] = 0;
-  qorSound_CreateNewSound(buffer);
-  EXPECT_STREQ(buffer, "Sound#004");
-
+  EXPECT_EQ(Created(), "Sound#004");
   SoundNameCounter = 999;
-  buffer[0] = 0;
-  qorSound_CreateNewSound(buffer);
-  EXPECT_STREQ(buffer, "Sound#1000");
-}
+  EXPECT_EQ(Created(), "Sound#1000");
 
-TEST_F(Catalogue, NamesThatDoNotFitTheFieldAreNeverStoredCut) {
+  // Names that do not fit the field are never stored cut.
   std::string longest(255, 'a');
   Create(longest.c_str());
   EXPECT_EQ(qorSound_FindSound(longest.c_str(), nullptr), S_OK);
 
-  char tooLong[400];
-  std::memset(tooLong, 'b', 300);
-  tooLong[300] = 0;
-  qorSound_CreateNewSound(tooLong);
-  EXPECT_EQ(std::string(tooLong).rfind("Sound#", 0), 0u);
-
-  std::string rename(256, 'c');
-  EXPECT_EQ(qorSound_ChangeName(longest.c_str(), rename.c_str()), E_FAIL);
+  EXPECT_TRUE(Generated(Created(std::string(300, 'b'))));
+  EXPECT_EQ(qorSound_ChangeName(longest.c_str(), std::string(256, 'c').c_str()), E_FAIL);
   EXPECT_EQ(qorSound_FindSound(longest.c_str(), nullptr), S_OK);
 }
 
@@ -73,14 +72,14 @@ TEST_F(Catalogue, CloneCarriesParametersButNotNameFilesOrComment) {
 
   char clone[256] = "wanted";
   qorSound_CloneSound("gun", clone);
-  ASSERT_EQ(std::string(clone).rfind("Sound#", 0), 0u);
+  ASSERT_TRUE(Generated(clone));
   EXPECT_EQ(qorSound_FindSound("wanted", nullptr), E_FAIL);
   EXPECT_EQ(qorSound_GetVolume(clone), 70);
   EXPECT_EQ(qorSound_Get3D(clone), 1);
   EXPECT_EQ(qorSound_GetSoundPage(clone), 4);
   EXPECT_EQ(qorSound_IsSoundEnabled(clone), 0);
   EXPECT_EQ(qorSound_GetSoundComments(clone), nullptr);
-  EXPECT_EQ(Entry(clone)->NumFiles, 0);
+  EXPECT_EQ(qorSound_GetFile(clone, path, 0), E_FAIL);
   EXPECT_EQ(SoundNames().back(), clone);
 
   Create("quiet");
@@ -94,61 +93,42 @@ TEST_F(Catalogue, CloneCarriesParametersButNotNameFilesOrComment) {
   EXPECT_EQ(qorSound_GetSoundComments("gun"), nullptr);
 }
 
-TEST_F(Catalogue, ChangeNameRefusesAnyTakenNameEvenItsOwn) {
-  Create("door");
-  Create("window");
-  EXPECT_EQ(qorSound_ChangeName("door", "Door"), E_FAIL);
-  EXPECT_EQ(qorSound_ChangeName("door", "WINDOW"), E_FAIL);
-  EXPECT_STREQ(Entry("door")->Name, "door");
-  EXPECT_EQ(qorSound_ChangeName("door", "gate"), S_OK);
-  EXPECT_EQ(SoundNames(), (std::vector<std::string>{"gate", "window"}));
-}
-
-TEST_F(Catalogue, ByNameOperationsFollowRedirectionButEnumerationDoesNot) {
-  Create("a");
-  Create("b");
-  Entry("a")->LinkRedirect(Entry("b"));
-  qorSound_SetVolume("a", 40);
-  EXPECT_EQ(Entry("b")->Volume, 40);
-  EXPECT_EQ(Entry("a")->Volume, 100);
-  EXPECT_EQ(qorSound_GetVolume("a"), 40);
-  EXPECT_EQ(qorSound_ChangeName("a", "c"), S_OK);
-  EXPECT_EQ(SoundNames(), (std::vector<std::string>{"a", "c"}));
-  // Deleting by the redirected name deletes the end of the chain.
-  qorSound_DeleteSound("a");
-  EXPECT_EQ(SoundNames(), (std::vector<std::string>{"a"}));
-}
-
-TEST_F(Catalogue, DestroyingARedirectTargetCutsTheLinksIntoIt) {
-  Create("a");
-  Create("b");
-  Create("c");
+// By name, an operation reaches the end of the redirection; enumeration lists the entries.
+TEST_F(Catalogue, RedirectionIsFollowedByNameAndCutWithItsTarget) {
+  for (const char* name : {"a", "b", "c"}) Create(name);
   Entry("a")->LinkRedirect(Entry("b"));
   Entry("c")->LinkRedirect(Entry("b"));
-  qorSound_DeleteSound(static_cast<void*>(Entry("b")));
-  EXPECT_EQ(Entry("a")->Redirect, nullptr);
-  EXPECT_EQ(Entry("c")->Redirect, nullptr);
-  void* handle = nullptr;
-  ASSERT_EQ(qorSound_FindSound("a", &handle), S_OK);
-  EXPECT_EQ(handle, Entry("a"));
+  qorSound_SetVolume("a", 40);
+  EXPECT_EQ(qorSound_GetVolume("b"), 40);
+  EXPECT_EQ(qorSound_ChangeName("a", "d"), S_OK);
+  EXPECT_EQ(SoundNames(), (Names{"a", "d", "c"}));
+
+  qorSound_DeleteSound("a");
+  EXPECT_EQ(SoundNames(), (Names{"a", "c"}));
+  EXPECT_EQ(qorSound_GetVolume("a"), 100) << "the links into the deleted target are cut";
+  for (const char* name : {"a", "c"}) {
+    void* handle = nullptr;
+    char found[256];
+    ASSERT_EQ(qorSound_FindSound(name, &handle), S_OK);
+    ASSERT_EQ(qorSound_GetSoundName(handle, found), S_OK);
+    EXPECT_STREQ(found, name);
+  }
 }
 
-TEST_F(Catalogue, DeletingKeepsTheRestOfTheList) {
+TEST_F(Catalogue, DeletingKeepsTheRestOfTheListAndUnknownNamesTouchNothing) {
   for (const char* name : {"one", "two", "three"}) Create(name);
   qorSound_DeleteSound("one");
-  EXPECT_EQ(SoundNames(), (std::vector<std::string>{"two", "three"}));
+  EXPECT_EQ(SoundNames(), (Names{"two", "three"}));
   qorSound_DeleteSound("unknown");
   qorSound_DeleteSound(static_cast<void*>(nullptr));
   qorSound_DeleteSound("three");
   Create("four");
-  EXPECT_EQ(SoundNames(), (std::vector<std::string>{"two", "four"}));
+  EXPECT_EQ(SoundNames(), (Names{"two", "four"}));
   qorSound_DeleteSound("two");
   qorSound_DeleteSound("four");
   EXPECT_TRUE(SoundNames().empty());
-  EXPECT_TRUE(SoundNames().empty());
-}
 
-TEST_F(Catalogue, UnknownNamesTouchNothing) {
+  // Unknown names touch nothing.
   EXPECT_EQ(qorSound_GetSoundComments("ghost"), nullptr);
   qorSound_SetSoundComments("ghost", "x");
   qorSound_SetVolume("ghost", 5);

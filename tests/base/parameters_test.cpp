@@ -4,18 +4,24 @@ namespace {
 
 using Parameters = ModuleTest;
 
-TEST_F(Parameters, LevelsRefuseNegativesButHaveNoUpperBound) {
+// Levels refuse negatives but have no upper bound; flags keep the low byte.
+TEST_F(Parameters, LevelsAndFlagsKeepWhatTheirFieldsAllow) {
   Create("s");
-  qorSound_SetVolume("s", -5);
-  EXPECT_EQ(qorSound_GetVolume("s"), 100);
-  qorSound_SetVolume("s", 250);
-  EXPECT_EQ(qorSound_GetVolume("s"), 250);
-  qorSound_SetVolume2("s", 10);
-  EXPECT_EQ(qorSound_GetVolume("s"), 250);
-  qorSound_SetFrequency("s", 0);
-  EXPECT_EQ(qorSound_GetFrequency("s"), 0);
-  qorSound_SetFrequency("s", -1);
-  EXPECT_EQ(qorSound_GetFrequency("s"), 0);
+  struct Step {
+    void (*set)(const char*, int);
+    int value;
+    int (*get)(const char*);
+    int want;
+  } steps[] = {
+      {qorSound_SetVolume, -5, qorSound_GetVolume, 100},     {qorSound_SetVolume, 250, qorSound_GetVolume, 250},
+      {qorSound_SetVolume2, 10, qorSound_GetVolume, 250},    {qorSound_SetFrequency, 0, qorSound_GetFrequency, 0},
+      {qorSound_SetFrequency, -1, qorSound_GetFrequency, 0}, {qorSound_SetLooped, 256, qorSound_GetLooped, 0},
+      {qorSound_SetLooped, 257, qorSound_GetLooped, 1},      {qorSound_SetCrossed, 0x1FF, qorSound_GetCrossed, 255},
+  };
+  for (const Step& step : steps) {
+    step.set("s", step.value);
+    EXPECT_EQ(step.get("s"), step.want) << step.value;
+  }
 }
 
 TEST_F(Parameters, DistancesClampTheMinimumOnlyAndNeedA3DSound) {
@@ -42,16 +48,6 @@ TEST_F(Parameters, DistancesClampTheMinimumOnlyAndNeedA3DSound) {
   qorSound_GetDistances("flat", &minimum, &maximum);
   EXPECT_EQ(minimum, 7.0f);
   EXPECT_EQ(maximum, 9.0f);
-}
-
-TEST_F(Parameters, FlagsKeepTheLowByte) {
-  Create("s");
-  qorSound_SetLooped("s", 256);
-  EXPECT_EQ(qorSound_GetLooped("s"), 0);
-  qorSound_SetLooped("s", 257);
-  EXPECT_EQ(qorSound_GetLooped("s"), 1);
-  qorSound_SetCrossed("s", 0x1FF);
-  EXPECT_EQ(qorSound_GetCrossed("s"), 255);
 }
 
 }  // namespace

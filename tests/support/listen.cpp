@@ -62,7 +62,9 @@ Capture ListenFrames(uint32_t milliseconds, void (*frame)(), int device, uint32_
   return capture;
 }
 
-Capture Listen(uint32_t milliseconds, int device, uint32_t step) { return ListenFrames(milliseconds, nullptr, device, step); }
+Capture Listen(uint32_t milliseconds, int device, uint32_t step) {
+  return ListenFrames(milliseconds, nullptr, device, step);
+}
 
 void DropCapture(int device) {
   Capture ignored;
@@ -179,10 +181,6 @@ double Spectrum::WorstSpuriousDb(const std::vector<double>& tonesHz) const {
       worst = std::max(worst, power_[k]);
   }
   return 10 * std::log10((worst + 1e-300) / (tone + 1e-300));
-}
-
-double WorstSpuriousDb(const std::vector<float>& samples, uint32_t rate, double toneHz) {
-  return Spectrum(samples, rate).WorstSpuriousDb(toneHz);
 }
 
 double LargestStep(const std::vector<float>& samples) {

@@ -55,7 +55,5 @@ private:
   std::vector<double> power_;
 };
 
-// The worst alias, image, harmonic or other peak of samples, in dB against the tone at toneHz.
-double WorstSpuriousDb(const std::vector<float>& samples, uint32_t rate, double toneHz);
 // The largest difference between neighbouring samples: a click stands out against a tone's own.
 double LargestStep(const std::vector<float>& samples);

@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "base/catalogue.h"
-#include "base/pages.h"
 #include "core/state.h"
 #include "kxHost.h"
 #include "kxSound.h"
