@@ -21,13 +21,7 @@ std::vector<int16_t> Sine(DWORD rate, std::vector<double> hz, double seconds, WO
   return s;
 }
 
-class Mix : public ListeningTest {
-protected:
-  static std::vector<float> Part(const std::vector<float>& s, double from, double to) {
-    return std::vector<float>(s.begin() + static_cast<long>(from * kMixRate),
-                              s.begin() + static_cast<long>(std::min<double>(to * kMixRate, s.size())));
-  }
-};
+class Mix : public ListeningTest {};
 
 // DirectSound plays a centred buffer at full level in both ears: mono as loud as stereo.
 TEST_F(Mix, EveryCentredSoundPlaysAtTheSourcesLevelInEachEar) {
@@ -39,7 +33,6 @@ TEST_F(Mix, EveryCentredSoundPlaysAtTheSourcesLevelInEachEar) {
   };
   const Case cases[] = {
       {"2D mono", k2D, 1, nullptr},
-      {"2D stereo", k2D, 2, nullptr},
       {"3D ahead", k3D, 1, [](IDirectSound3DBuffer* p) { p->SetPosition(0, 0, 0.5f, DS3D_IMMEDIATE); }},
       {"3D above", k3D, 1, [](IDirectSound3DBuffer* p) { p->SetPosition(0, 0.5f, 0, DS3D_IMMEDIATE); }},
       {"3D off, far to the side", k3D, 1,
@@ -95,7 +88,7 @@ TEST_F(Mix, NoAliasOrImageAtAnyRateOrPitch) {
     DWORD rate;
     double pitch;  // frequency set / file rate
   };
-  const Case cases[] = {{8000, 1},  {11025, 1}, {16000, 1}, {22050, 1},   {32000, 1},  {44100, 1},
+  const Case cases[] = {{8000, 1},  {11025, 1}, {16000, 1},   {22050, 1},   {32000, 1},   {44100, 1},
                         {48000, 1}, {96000, 1}, {22050, 0.8}, {22050, 1.3}, {44100, 1.1}, {11025, 2.5}};
   for (const Case& c : cases) {
     const double top = 0.4 * c.rate;
@@ -108,7 +101,7 @@ TEST_F(Mix, NoAliasOrImageAtAnyRateOrPitch) {
     ASSERT_EQ(DS_OK, b->Play(0, 0, 0));
     DropCapture();
     Capture heard = ::Listen(400);
-    std::vector<float> steady = Part(heard.Left, 0.02, 0.4);
+    std::vector<float> steady(heard.Left.begin() + kMixRate / 50, heard.Left.end());
     std::vector<double> expected;
     for (double hz : tones)
       if (hz * c.pitch < 0.45 * kMixRate) expected.push_back(hz * c.pitch);
@@ -125,27 +118,20 @@ TEST_F(Mix, NoAliasOrImageAtAnyRateOrPitch) {
 // the wave; the calls still report the new state at once.
 TEST_F(Mix, StopsAndJumpsFadeWithoutAClick) {
   const double ownStep = kAmplitude * 2 * std::sin(M_PI * 441 / kMixRate);  // the sine's own largest step
-  const std::function<void(IDirectSoundBuffer*)> actions[] = {
-      [](IDirectSoundBuffer* b) {
-        EXPECT_EQ(DS_OK, b->Stop());
-        DWORD status = 1;
-        b->GetStatus(&status);
-        EXPECT_EQ(0u, status) << "stopped at once";
-      },
-      [](IDirectSoundBuffer* b) { EXPECT_EQ(DS_OK, b->SetCurrentPosition(2000)); },
-  };
-  for (const auto& act : actions) {
+  for (bool jump : {false, true}) {
+    SCOPED_TRACE(jump ? "a jump" : "a stop");
     IDirectSoundBuffer* b = Make(k2D, 1, kRate, Sine(kRate, {441}, 1.0));
     ASSERT_EQ(DS_OK, b->Play(0, 0, DSBPLAY_LOOPING));
     DropCapture();
     // Mid-period, where the wave is far from zero.
     kxHost_Advance(103);
-    DWORD before = Cursor(b);
-    act(b);
-    if (Playing(b)) EXPECT_NEAR(2000u, Cursor(b), 2u);
-    else EXPECT_EQ(before, Cursor(b)) << "the cursor stays where the call came";
-    Capture heard = ::Listen(100);
-    EXPECT_LT(LargestStep(heard.Left), 1.5 * ownStep);
+    const DWORD before = Cursor(b);
+    ASSERT_EQ(DS_OK, jump ? b->SetCurrentPosition(2000) : b->Stop());
+    DWORD status = 1;
+    ASSERT_EQ(DS_OK, b->GetStatus(&status));
+    EXPECT_EQ(jump ? DSBSTATUS_PLAYING | DSBSTATUS_LOOPING : 0u, status);
+    EXPECT_NEAR(jump ? 2000u : before, Cursor(b), jump ? 2u : 0u) << "the cursor where the call put or left it";
+    EXPECT_LT(LargestStep(::Listen(100).Left), 1.5 * ownStep);
     ASSERT_EQ(DS_OK, b->Stop());
   }
   EXPECT_EQ(0.0, Listen(100, 10).Both()) << "faded out within 10 ms";
@@ -184,10 +170,9 @@ TEST_F(Mix, ALoopIsSeamlessAtAnyRate) {
     uint32_t frames;
     double hz;  // a whole number of periods in the loop
   };
-  for (const Case& c : {Case{11025, 11025, 441}, Case{22050, 2000, 441}, Case{44100, 4000, 441}, Case{96000, 2000, 480}}) {
-    std::vector<int16_t> loop(c.frames);
-    for (uint32_t i = 0; i < c.frames; ++i) loop[i] = static_cast<int16_t>(16000 * std::sin(2 * M_PI * c.hz * i / c.rate));
-    IDirectSoundBuffer* b = Make(k2D, 1, c.rate, loop);
+  for (const Case& c :
+       {Case{11025, 11025, 441}, Case{22050, 2000, 441}, Case{44100, 4000, 441}, Case{96000, 2000, 480}}) {
+    IDirectSoundBuffer* b = Make(k2D, 1, c.rate, Sine(c.rate, {c.hz}, c.frames / static_cast<double>(c.rate)));
     kxHost_Advance(20);
     DropCapture();
     ASSERT_EQ(DS_OK, b->Play(0, 0, DSBPLAY_LOOPING));
