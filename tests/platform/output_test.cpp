@@ -88,8 +88,8 @@ TEST_F(Output, TheNullModePlaysInRealTimeIntoNothing) {
   ds->Release();
 }
 
-// Both outputs mix at 48 kHz and render exactly the time advanced.
-TEST_F(Output, OfflineRendersExactlyTheTimeAdvancedAtItsOwnRate) {
+// Both outputs mix at 48 kHz and render exactly the time advanced; each has its own context.
+TEST_F(Output, OfflineRendersExactlyTheTimeAdvancedAndContextScopesNest) {
   ASSERT_EQ(0, kxHost_SetAudioOutput("offline"));
   auto effects = kxaudio::OutputDevice::Open(kxaudio::kEffectsOutput);
   auto music = kxaudio::OutputDevice::Open(kxaudio::kMusicOutput);
@@ -112,35 +112,30 @@ TEST_F(Output, OfflineRendersExactlyTheTimeAdvancedAtItsOwnRate) {
   EXPECT_EQ(0u, kxHost_CaptureRate(-1));
   EXPECT_EQ(0u, kxHost_MixRate(2));
 
+  // Context scopes nest and the outermost stays.
+  ALCcontext* before = alcGetThreadContext();
+  {
+    kxaudio::ContextScope outer(effects->Context());
+    EXPECT_EQ(effects->Context(), alcGetThreadContext());
+    {
+      kxaudio::ContextScope inner(music->Context());
+      EXPECT_EQ(music->Context(), alcGetThreadContext());
+    }
+    EXPECT_EQ(effects->Context(), alcGetThreadContext());
+    // Another thread has its own current context.
+    std::thread([] { EXPECT_EQ(nullptr, alcGetThreadContext()); }).join();
+  }
+  EXPECT_EQ(before ? before : effects->Context(), alcGetThreadContext());
+  // Closing a device takes its context off the thread.
+  ALCcontext* closed = effects->Context();
+  effects.reset();
+  EXPECT_NE(alcGetThreadContext(), closed);
+
   music.reset();
   EXPECT_EQ(0u, kxHost_MixRate(1));
   kxHost_Advance(1000);
   kxHost_TakeCapture(1, nullptr, UINT32_MAX);
   EXPECT_EQ(0u, kxHost_TakeCapture(1, pcm.data(), 1)) << "a closed output renders nothing";
-}
-
-TEST_F(Output, ContextScopesNestAndTheOutermostStays) {
-  ASSERT_EQ(0, kxHost_SetAudioOutput("offline"));
-  auto a = kxaudio::OutputDevice::Open(kxaudio::kEffectsOutput);
-  auto b = kxaudio::OutputDevice::Open(kxaudio::kMusicOutput);
-  ASSERT_TRUE(a && b);
-  ALCcontext* before = alcGetThreadContext();
-  {
-    kxaudio::ContextScope outer(a->Context());
-    EXPECT_EQ(a->Context(), alcGetThreadContext());
-    {
-      kxaudio::ContextScope inner(b->Context());
-      EXPECT_EQ(b->Context(), alcGetThreadContext());
-    }
-    EXPECT_EQ(a->Context(), alcGetThreadContext());
-    // Another thread has its own current context.
-    std::thread([] { EXPECT_EQ(nullptr, alcGetThreadContext()); }).join();
-  }
-  EXPECT_EQ(before ? before : a->Context(), alcGetThreadContext());
-  // Closing a device takes its context off the thread.
-  ALCcontext* closed = a->Context();
-  a.reset();
-  EXPECT_NE(alcGetThreadContext(), closed);
 }
 
 }  // namespace
