@@ -22,10 +22,8 @@
 namespace {
 std::vector<std::string> DiskEvents;
 std::string PathOf(int fd) {
-  char link[64], path[4096];
-  std::snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
-  ssize_t n = readlink(link, path, sizeof path - 1);
-  return n < 0 ? std::string() : std::string(path, static_cast<size_t>(n));
+  std::error_code unknown;
+  return std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(fd), unknown).string();
 }
 }  // namespace
 
@@ -219,7 +217,7 @@ TEST(FileReplace, TempFilesOfInterruptedSavesGoAtTheNextSaveOrStartAndNothingEls
   EXPECT_EQ(Text(dir, "Save.dat"), "first");
 }
 
-TEST(FileReplace, ASaveKeepsTheModeAndOwnerOfTheFileItReplaces) {
+TEST(FileReplace, ASaveKeepsTheModeAndOwnerOfTheFileItReplacesAndReachesTheDiskInOrder) {
   TempDir dir;
   const bool privileged = geteuid() == 0;
   for (mode_t mode : {0600, 0640, 0755, 02775}) {
@@ -231,6 +229,7 @@ TEST(FileReplace, ASaveKeepsTheModeAndOwnerOfTheFileItReplaces) {
     // After the owner: a change of owner clears the set-group bit.
     ASSERT_EQ(chmod(dir.file("Save.dat").c_str(), mode), 0);
 
+    DiskEvents.clear();
     ASSERT_TRUE(Save(dir.file("Save.dat"), "new"));
     struct stat st;
     ASSERT_EQ(stat(dir.file("Save.dat").c_str(), &st), 0);
@@ -239,6 +238,13 @@ TEST(FileReplace, ASaveKeepsTheModeAndOwnerOfTheFileItReplaces) {
     EXPECT_EQ(st.st_gid, group);
     EXPECT_EQ(Text(dir, "Save.dat"), "new");
   }
+  // The data, then the rename, then the folder reach the disk.
+  ASSERT_EQ(DiskEvents.size(), 3u);
+  const std::string folder = fs::canonical(dir.path()).string();
+  EXPECT_EQ(DiskEvents[0].rfind("sync " + folder + "/.Save.dat.kxtmp-", 0), 0u) << DiskEvents[0];
+  EXPECT_EQ(DiskEvents[1].rfind("rename .Save.dat.kxtmp-", 0), 0u) << DiskEvents[1];
+  EXPECT_EQ(DiskEvents[1].substr(DiskEvents[1].rfind(' ') + 1), dir.file("Save.dat"));
+  EXPECT_EQ(DiskEvents[2], "sync " + folder);
   // A new file is readable by all, as one written in place would be.
   ASSERT_TRUE(Save(dir.file("Fresh.dat"), "x"));
   struct stat st;
@@ -266,19 +272,6 @@ TEST(FileReplace, ASaveThroughALinkReplacesTheFileItNamesAndKeepsTheLink) {
   EXPECT_EQ(OpenForSave(dir.file("Loop.dat")), INVALID_HANDLE_VALUE);
   EXPECT_EQ(TempFiles(dir.path()), 0u);
   EXPECT_EQ(TempFiles(dir.file("data")), 0u);
-}
-
-TEST(FileReplace, TheDataThenTheRenameThenTheFolderReachTheDisk) {
-  TempDir dir;
-  dir.write("Save.dat", "old");
-  DiskEvents.clear();
-  ASSERT_TRUE(Save(dir.file("Save.dat"), "new"));
-  ASSERT_EQ(DiskEvents.size(), 3u);
-  const std::string folder = fs::canonical(dir.path()).string();
-  EXPECT_EQ(DiskEvents[0].rfind("sync " + folder + "/.Save.dat.kxtmp-", 0), 0u) << DiskEvents[0];
-  EXPECT_EQ(DiskEvents[1].rfind("rename .Save.dat.kxtmp-", 0), 0u) << DiskEvents[1];
-  EXPECT_EQ(DiskEvents[1].substr(DiskEvents[1].rfind(' ') + 1), dir.file("Save.dat"));
-  EXPECT_EQ(DiskEvents[2], "sync " + folder);
 }
 
 // A version of the file: its number, then enough bytes that a save takes many writes.
