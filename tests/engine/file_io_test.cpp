@@ -73,7 +73,7 @@ size_t TempFiles(const std::string& folder) {
 }
 
 // Reads and writes through a name resolved without regard to case.
-TEST(FileIO, ResolvesEveryComponentIgnoringCaseReadsShortAndEnforcesAccess) {
+TEST(FileIO, ResolvesEveryComponentIgnoringCaseReadsShortAndRefusesWhatIsNotThere) {
   TempDir dir;
   dir.write("Sound/Banks/Door.WAV", "creak");
   std::string path = dir.path() + "sound\\BANKS\\door.wav";
@@ -97,6 +97,22 @@ TEST(FileIO, ResolvesEveryComponentIgnoringCaseReadsShortAndEnforcesAccess) {
   EXPECT_TRUE(Write(w, "zz"));
   EXPECT_TRUE(qorCloseHandle(w));
   EXPECT_EQ(Text(dir, "Sound/Banks/Door.WAV"), "zzeak");
+  // A closed handle is not touched again.
+  EXPECT_FALSE(qorCloseHandle(h));
+  EXPECT_FALSE(qorReadFile(h, buf, 4, &done, nullptr));
+  // Missing files, folders and bad arguments are refused, and the refusals create nothing.
+  EXPECT_EQ(OpenFile(dir.path() + "missing.txt", GENERIC_READ, OPEN_EXISTING), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(OpenFile(dir.path() + "SOUND", GENERIC_READ, OPEN_EXISTING), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(OpenFile(dir.path() + "sound", GENERIC_WRITE, CREATE_ALWAYS), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(OpenFile(path, GENERIC_WRITE, CREATE_NEW), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(OpenFile(dir.path() + "nofolder/x.txt", GENERIC_WRITE, CREATE_ALWAYS), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(OpenFile("", GENERIC_READ, OPEN_EXISTING), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), {}), 1);
+  EXPECT_EQ(Text(dir, "Sound/Banks/Door.WAV"), "zzeak");
+  done = 7;
+  EXPECT_FALSE(qorReadFile(INVALID_HANDLE_VALUE, buf, 4, &done, nullptr));
+  EXPECT_EQ(done, 0u);
+  EXPECT_EQ(qorGetFileSize(nullptr, nullptr), 0xFFFFFFFFu);
 
   char resolved[512];
   ASSERT_EQ(kxPath_Resolve(path.c_str(), resolved, sizeof resolved), 0);
@@ -117,51 +133,6 @@ TEST(FileIO, ResolvesEveryComponentIgnoringCaseReadsShortAndEnforcesAccess) {
   EXPECT_EQ(std::string(resolved), dir.path() + "b.TXT");
   ASSERT_EQ(kxPath_Resolve((dir.path() + "B.txt").c_str(), resolved, sizeof resolved), 0);
   EXPECT_EQ(std::string(resolved), dir.path() + "B.TXT");
-}
-
-TEST(FileIO, RefusesMissingFilesDirectoriesAndBadArguments) {
-  TempDir dir;
-  dir.write("sub/a.txt", "a");
-  EXPECT_EQ(OpenFile(dir.path() + "missing.txt", GENERIC_READ, OPEN_EXISTING), INVALID_HANDLE_VALUE);
-  EXPECT_EQ(OpenFile(dir.path() + "SUB", GENERIC_READ, OPEN_EXISTING), INVALID_HANDLE_VALUE);
-  EXPECT_EQ(OpenFile(dir.path() + "sub", GENERIC_WRITE, CREATE_ALWAYS), INVALID_HANDLE_VALUE);
-  EXPECT_EQ(OpenFile(dir.path() + "sub/A.TXT", GENERIC_WRITE, CREATE_NEW), INVALID_HANDLE_VALUE);
-  EXPECT_EQ(OpenFile(dir.path() + "nofolder/x.txt", GENERIC_WRITE, CREATE_ALWAYS), INVALID_HANDLE_VALUE);
-  EXPECT_EQ(OpenFile("", GENERIC_READ, OPEN_EXISTING), INVALID_HANDLE_VALUE);
-  EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), {}), 1) << "refusals create nothing";
-
-  char buf[4];
-  DWORD done = 7;
-  EXPECT_FALSE(qorReadFile(INVALID_HANDLE_VALUE, buf, 4, &done, nullptr));
-  EXPECT_EQ(done, 0u);
-  EXPECT_EQ(qorGetFileSize(nullptr, nullptr), 0xFFFFFFFFu);
-
-  // A closed handle is not touched again.
-  HANDLE h = OpenFile(dir.path() + "sub/a.txt", GENERIC_READ, OPEN_EXISTING);
-  ASSERT_TRUE(qorCloseHandle(h));
-  EXPECT_FALSE(qorCloseHandle(h));
-  EXPECT_FALSE(qorReadFile(h, buf, 4, &done, nullptr));
-}
-
-TEST(FileIO, AFailedSaveKeepsTheOldFileAndTruncateReplacesIt) {
-  TempDir dir;
-  dir.write("Save.dat", "old");
-  HANDLE bad = OpenFile(dir.path() + "save.DAT", GENERIC_READ, CREATE_ALWAYS);
-  ASSERT_NE(bad, INVALID_HANDLE_VALUE);
-  DWORD done = 5;
-  EXPECT_FALSE(qorWriteFile(bad, "broken", 6, &done, nullptr));
-  EXPECT_EQ(done, 0u);
-  EXPECT_FALSE(qorCloseHandle(bad));
-  EXPECT_EQ(Text(dir, "Save.dat"), "old");
-  EXPECT_EQ(TempFiles(dir.path()), 0u);
-
-  // TRUNCATE_EXISTING goes through the same path.
-  HANDLE t = OpenFile(dir.path() + "SAVE.dat", GENERIC_WRITE | GENERIC_READ, TRUNCATE_EXISTING);
-  ASSERT_NE(t, INVALID_HANDLE_VALUE);
-  EXPECT_EQ(qorGetFileSize(t, nullptr), 0u);
-  EXPECT_TRUE(qorCloseHandle(t));
-  EXPECT_TRUE(dir.read("Save.dat").empty());
-  EXPECT_EQ(TempFiles(dir.path()), 0u);
 }
 
 TEST(FileIO, RootFolderAlwaysEndsInSlashAndFitsTheBuffer) {
@@ -250,6 +221,24 @@ TEST(FileReplace, ASaveKeepsTheModeAndOwnerOfTheFileItReplacesAndReachesTheDiskI
   struct stat st;
   ASSERT_EQ(stat(dir.file("Fresh.dat").c_str(), &st), 0);
   EXPECT_EQ(st.st_mode & 07777, 0644u);
+
+  // A failed save keeps the old file and leaves nothing behind.
+  HANDLE bad = OpenFile(dir.path() + "save.DAT", GENERIC_READ, CREATE_ALWAYS);
+  ASSERT_NE(bad, INVALID_HANDLE_VALUE);
+  DWORD done = 5;
+  EXPECT_FALSE(qorWriteFile(bad, "broken", 6, &done, nullptr));
+  EXPECT_EQ(done, 0u);
+  EXPECT_FALSE(qorCloseHandle(bad));
+  EXPECT_EQ(Text(dir, "Save.dat"), "new");
+  EXPECT_EQ(TempFiles(dir.path()), 0u);
+
+  // TRUNCATE_EXISTING goes through the same path.
+  HANDLE t = OpenFile(dir.path() + "SAVE.dat", GENERIC_WRITE | GENERIC_READ, TRUNCATE_EXISTING);
+  ASSERT_NE(t, INVALID_HANDLE_VALUE);
+  EXPECT_EQ(qorGetFileSize(t, nullptr), 0u);
+  EXPECT_TRUE(qorCloseHandle(t));
+  EXPECT_TRUE(dir.read("Save.dat").empty());
+  EXPECT_EQ(TempFiles(dir.path()), 0u);
 }
 
 TEST(FileReplace, ASaveThroughALinkReplacesTheFileItNamesAndKeepsTheLink) {
