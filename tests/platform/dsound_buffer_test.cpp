@@ -29,7 +29,6 @@ TEST_F(Buffers, TheCursorHoldsOnStopAndIsSetInEveryState) {
   DWORD stopped = Cursor(b);
   EXPECT_NEAR(4410 + BytesAt(300), stopped, kSlack);
   EXPECT_FALSE(Playing(b));
-  EXPECT_EQ(0.0, Listen(100, 10).Both()) << "a stopped buffer is silent once it has faded";
   EXPECT_EQ(stopped, Cursor(b));
   ASSERT_EQ(DS_OK, b->Play(0, 0, 0));
   kxHost_Advance(300);
