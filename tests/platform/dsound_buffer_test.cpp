@@ -108,35 +108,7 @@ TEST_F(Buffers, DuplicatesShareTheSamplesAndNothingElse) {
   EXPECT_EQ(sourcesBefore, kxDSound_LiveSources());
 }
 
-TEST_F(Buffers, LockGivesTheBufferMemoryAndRefusesRangesOutsideIt) {
-  IDirectSoundBuffer* b = Tone(k2D, 1, 100);  // 200 bytes
-  void *first = nullptr, *second = nullptr;
-  DWORD firstBytes = 0, secondBytes = 0;
-  ASSERT_EQ(DS_OK, b->Lock(0, 200, &first, &firstBytes, nullptr, nullptr, 0));
-  ASSERT_EQ(200u, firstBytes);
-  // A second lock sees what the first one wrote.
-  int16_t sample = 0;
-  std::memcpy(&sample, static_cast<char*>(first) + 2, 2);
-  EXPECT_NEAR(16000 * std::sin(2 * M_PI * 441.0 / 22050), sample, 1);
-  ASSERT_EQ(DS_OK, b->Unlock(first, firstBytes, nullptr, 0));
-
-  // Past the end wraps to the start.
-  ASSERT_EQ(DS_OK, b->Lock(150, 100, &first, &firstBytes, &second, &secondBytes, 0));
-  EXPECT_EQ(50u, firstBytes);
-  EXPECT_EQ(50u, secondBytes);
-  EXPECT_EQ(static_cast<char*>(first) - 150, second);
-  ASSERT_EQ(DS_OK, b->Unlock(first, firstBytes, second, secondBytes));
-
-  EXPECT_EQ(DSERR_INVALIDPARAM, b->Lock(150, 100, &first, &firstBytes, nullptr, nullptr, 0));
-  EXPECT_EQ(DSERR_INVALIDPARAM, b->Lock(200, 1, &first, &firstBytes, nullptr, nullptr, 0));
-  EXPECT_EQ(DSERR_INVALIDPARAM, b->Lock(0, 201, &first, &firstBytes, &second, &secondBytes, 0));
-  EXPECT_EQ(DSERR_INVALIDPARAM, b->Lock(0, 0, &first, &firstBytes, nullptr, nullptr, 0));
-  EXPECT_EQ(DSERR_INVALIDPARAM, b->Lock(0, 10, nullptr, &firstBytes, nullptr, nullptr, 0));
-  int outside = 0;
-  EXPECT_EQ(DSERR_INVALIDPARAM, b->Unlock(&outside, 2, nullptr, 0));
-}
-
-TEST_F(Buffers, CreationRefusesWhatDirectSoundRefusesAndGivesOnlyWhatIsAskedFor) {
+TEST_F(Buffers, CreationRefusesWhatDirectSoundRefusesAndLockGivesOnlyTheBuffer) {
   auto create = [&](DWORD flags, WAVEFORMATEX format, DWORD bytes) {
     DSBUFFERDESC desc = Desc(flags, &format, bytes);
     IDirectSoundBuffer* b = reinterpret_cast<IDirectSoundBuffer*>(1);
@@ -188,6 +160,32 @@ TEST_F(Buffers, CreationRefusesWhatDirectSoundRefusesAndGivesOnlyWhatIsAskedFor)
   WAVEFORMATEX bareFormat{};
   EXPECT_EQ(DSERR_INVALIDPARAM, bare->GetFormat(&bareFormat, 17, nullptr));
   EXPECT_EQ(DS_OK, bare->GetFormat(&bareFormat, size, nullptr));
+
+  // Lock gives the buffer's own memory (200 bytes) and refuses ranges outside it.
+  void *first = nullptr, *second = nullptr;
+  DWORD firstBytes = 0, secondBytes = 0;
+  ASSERT_EQ(DS_OK, bare->Lock(0, 200, &first, &firstBytes, nullptr, nullptr, 0));
+  ASSERT_EQ(200u, firstBytes);
+  // A second lock sees what the first one wrote.
+  int16_t sample = 0;
+  std::memcpy(&sample, static_cast<char*>(first) + 2, 2);
+  EXPECT_NEAR(16000 * std::sin(2 * M_PI * 441.0 / 22050), sample, 1);
+  ASSERT_EQ(DS_OK, bare->Unlock(first, firstBytes, nullptr, 0));
+
+  // Past the end wraps to the start.
+  ASSERT_EQ(DS_OK, bare->Lock(150, 100, &first, &firstBytes, &second, &secondBytes, 0));
+  EXPECT_EQ(50u, firstBytes);
+  EXPECT_EQ(50u, secondBytes);
+  EXPECT_EQ(static_cast<char*>(first) - 150, second);
+  ASSERT_EQ(DS_OK, bare->Unlock(first, firstBytes, second, secondBytes));
+
+  EXPECT_EQ(DSERR_INVALIDPARAM, bare->Lock(150, 100, &first, &firstBytes, nullptr, nullptr, 0));
+  EXPECT_EQ(DSERR_INVALIDPARAM, bare->Lock(200, 1, &first, &firstBytes, nullptr, nullptr, 0));
+  EXPECT_EQ(DSERR_INVALIDPARAM, bare->Lock(0, 201, &first, &firstBytes, &second, &secondBytes, 0));
+  EXPECT_EQ(DSERR_INVALIDPARAM, bare->Lock(0, 0, &first, &firstBytes, nullptr, nullptr, 0));
+  EXPECT_EQ(DSERR_INVALIDPARAM, bare->Lock(0, 10, nullptr, &firstBytes, nullptr, nullptr, 0));
+  int outside = 0;
+  EXPECT_EQ(DSERR_INVALIDPARAM, bare->Unlock(&outside, 2, nullptr, 0));
 }
 
 // A caller that keeps a buffer past the device's release gets failures, not a crash.
