@@ -29,6 +29,13 @@ constexpr double kToneRms = 0.5 / M_SQRT2;  // what MakeMp3's tone gives in each
 
 std::atomic<int> g_ended{0};
 void OnEnd() { g_ended.fetch_add(1); }
+// Steps of 10 ms heard through ListenFrames, and how many had been heard when the first end
+// was reported.
+int g_steps = 0, g_endedAfter = -1;
+void CountStep() {
+  ++g_steps;
+  if (g_ended && g_endedAfter < 0) g_endedAfter = g_steps;
+}
 
 GAudioSoundDesc FileDesc(const char* path) {
   GAudioSoundDesc desc{};
@@ -82,7 +89,8 @@ protected:
     ASSERT_EQ(gaudio::ERR_OK, audio_->init(gaudio::DEVICE_DEFAULT, 44100, 0));
     ASSERT_EQ(48000u, kxHost_CaptureRate(1));
     DropCapture(1);
-    g_ended = 0;
+    g_ended = g_steps = 0;
+    g_endedAfter = -1;
   }
 
   void TearDown() override {
@@ -97,22 +105,6 @@ protected:
     GAudioSound* sound = nullptr;
     EXPECT_EQ(gaudio::ERR_OK, audio_->getSoundClass(gaudio::SOUND_CLASS_STREAM, &desc, &sound));
     return sound;
-  }
-
-  // Advances in steps of 10 ms until the end is reported (at most limit); the capture and,
-  // through endedAt, the seconds advanced when it came.
-  Capture ListenToEnd(double* endedAt, uint32_t limitMs = 3000) {
-    Capture all;
-    all.Rate = kxHost_CaptureRate(1);
-    *endedAt = -1;
-    const int before = g_ended;
-    for (uint32_t t = 0; t < limitMs && *endedAt < 0; t += 10) {
-      Capture step = Listen(10, 1);
-      all.Left.insert(all.Left.end(), step.Left.begin(), step.Left.end());
-      all.Right.insert(all.Right.end(), step.Right.begin(), step.Right.end());
-      if (g_ended > before) *endedAt = (t + 10) / 1000.0;
-    }
-    return all;
   }
 
   TempDir dir_;
@@ -139,8 +131,8 @@ TEST_F(GAudioTest, PlaysToTheEndOnceThenAgainPausesRewindsAndFollowsTheVolume) {
 
   ASSERT_EQ(1, sound->Play());
   EXPECT_EQ(1, sound->IsPlaying());
-  double endedAt = 0;
-  Capture first = ListenToEnd(&endedAt);
+  Capture first = ListenFrames(1300, CountStep, 1);
+  const double endedAt = g_endedAfter / 100.0;
   const double full = first.RmsLeft(0.05, 0.95);
   EXPECT_NEAR(1.0, first.LastSound(), kFrame);
   EXPECT_NEAR(0.0, Decibels(full, kToneRms), 0.5);
@@ -149,7 +141,7 @@ TEST_F(GAudioTest, PlaysToTheEndOnceThenAgainPausesRewindsAndFollowsTheVolume) {
   EXPECT_GE(endedAt, first.LastSound());
   EXPECT_LT(endedAt, first.LastSound() + 0.025);
   EXPECT_EQ(0, sound->IsPlaying());
-  EXPECT_LT(Listen(300, 1).Rms(), 1e-5);
+  EXPECT_LT(first.Rms(1.05), 1e-5) << "silent after";
   EXPECT_EQ(1, g_ended.load());
 
   // One long advance: the source is fed between the pieces the output renders.
@@ -164,7 +156,7 @@ TEST_F(GAudioTest, PlaysToTheEndOnceThenAgainPausesRewindsAndFollowsTheVolume) {
   EXPECT_EQ(200, sound->GetPositionMs());
   EXPECT_LT(Listen(300, 1).Rms(), 1e-5);
   ASSERT_EQ(1, sound->Play());
-  Capture tail = ListenToEnd(&endedAt);
+  Capture tail = Listen(1000, 1);
   EXPECT_NEAR(1.0, Sounding(head) + tail.LastSound(), kFrame);
   EXPECT_EQ(3, g_ended.load());
 
