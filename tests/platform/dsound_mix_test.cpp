@@ -22,11 +22,26 @@ std::vector<int16_t> Sine(DWORD rate, std::vector<double> hz, double seconds) {
   return s;
 }
 
-class Levels : public ListeningTest {};
+class Mix : public ListeningTest {
+protected:
+  // A looping 3D tone, positioned at once.
+  IDirectSound3DBuffer* Voice(float x, float y, float z, DWORD flags = k3D) {
+    IDirectSoundBuffer* b = Tone(flags, 1, kSecond);
+    IDirectSound3DBuffer* part = Part3D(b);
+    EXPECT_EQ(DS_OK, part->SetPosition(x, y, z, DS3D_IMMEDIATE));
+    EXPECT_EQ(DS_OK, b->Play(0, 0, DSBPLAY_LOOPING));
+    return part;
+  }
+  // Moves a voice at once and listens to it.
+  Level At(IDirectSound3DBuffer* v, float x, float y, float z) {
+    EXPECT_EQ(DS_OK, v->SetPosition(x, y, z, DS3D_IMMEDIATE));
+    return Listen(200);
+  }
+};
 
 // Without 3D control a buffer ignores the listener: mono sits centred on it, stereo plays as
 // recorded, left to left and right to right. Volume is hundredths of a decibel.
-TEST_F(Levels, PlainBuffersIgnoreTheListenerAndTakeVolumeInHundredthsOfADecibel) {
+TEST_F(Mix, PlainBuffersIgnoreTheListenerAndTakeVolumeInHundredthsOfADecibel) {
   IDirectSoundBuffer* mono = Tone(k2D, 1, kSecond);
   ASSERT_EQ(DS_OK, mono->Play(0, 0, DSBPLAY_LOOPING));
   Level full = Listen(200);
@@ -51,24 +66,7 @@ TEST_F(Levels, PlainBuffersIgnoreTheListenerAndTakeVolumeInHundredthsOfADecibel)
   EXPECT_EQ(0.0, level.right);
 }
 
-class Space : public ListeningTest {
-protected:
-  // A looping 3D tone, positioned at once.
-  IDirectSound3DBuffer* Voice(float x, float y, float z, DWORD flags = k3D) {
-    IDirectSoundBuffer* b = Tone(flags, 1, kSecond);
-    IDirectSound3DBuffer* part = Part3D(b);
-    EXPECT_EQ(DS_OK, part->SetPosition(x, y, z, DS3D_IMMEDIATE));
-    EXPECT_EQ(DS_OK, b->Play(0, 0, DSBPLAY_LOOPING));
-    return part;
-  }
-  // Moves a voice at once and listens to it.
-  Level At(IDirectSound3DBuffer* v, float x, float y, float z) {
-    EXPECT_EQ(DS_OK, v->SetPosition(x, y, z, DS3D_IMMEDIATE));
-    return Listen(200);
-  }
-};
-
-TEST_F(Space, DistanceAttenuatesByMinDistanceAndRolloffOnceCommitted) {
+TEST_F(Mix, DistanceAttenuatesByMinDistanceAndRolloffOnceCommitted) {
   IDirectSound3DBuffer* v = Voice(0, 0, 0.5f);
   Level inside = Listen(200);
   ASSERT_GT(inside.Both(), 0.01);
@@ -107,7 +105,7 @@ TEST_F(Space, DistanceAttenuatesByMinDistanceAndRolloffOnceCommitted) {
 
 // Left-handed axes: +x right (heard all the way round in the mix tests below), so -x is left;
 // facing +x (a quarter turn to the right), -z is on the right, and the zero top means +y.
-TEST_F(Space, LeftAndRightFollowTheLeftHandedAxes) {
+TEST_F(Mix, LeftAndRightFollowTheLeftHandedAxes) {
   IDirectSound3DBuffer* v = Voice(-3, 0, 0);
   Level left = Listen(200);
   EXPECT_GT(left.left, 4 * left.right);
@@ -116,7 +114,7 @@ TEST_F(Space, LeftAndRightFollowTheLeftHandedAxes) {
   EXPECT_GT(turned.right, 4 * turned.left);
 }
 
-TEST_F(Space, MaxDistanceClampsOrMutesWhereTheBufferAsks) {
+TEST_F(Mix, MaxDistanceClampsOrMutesWhereTheBufferAsks) {
   IDirectSound3DBuffer* plain = Voice(0, 0, 4);
   ASSERT_EQ(DS_OK, plain->SetMaxDistance(4, DS3D_IMMEDIATE));
   Level atMax = Listen(200);
@@ -137,7 +135,7 @@ TEST_F(Space, MaxDistanceClampsOrMutesWhereTheBufferAsks) {
 // The frequency sets the speed, within DirectSound's range. Doppler: approaching at half
 // the speed of sound doubles the pitch. The speed of sound is 343.3 m/s over the distance
 // factor (metres per unit), and velocities take the z flip too.
-TEST_F(Space, FrequencyAndDopplerSetTheSpeed) {
+TEST_F(Mix, FrequencyAndDopplerSetTheSpeed) {
   IDirectSoundBuffer* b = Tone(k3D, 1, kSecond / 2);
   IDirectSound3DBuffer* v = Part3D(b);
   ASSERT_EQ(DS_OK, v->SetPosition(0, 0, 100, DS3D_IMMEDIATE));
@@ -164,8 +162,6 @@ TEST_F(Space, FrequencyAndDopplerSetTheSpeed) {
   ASSERT_EQ(DS_OK, b->Play(0, 0, 0));
   EXPECT_NEAR(500, MsUntilEnd(b), 10);
 }
-
-class Mix : public ListeningTest {};
 
 // DirectSound plays a centred buffer at full level in both ears: mono as loud as stereo.
 TEST_F(Mix, EveryCentredSoundPlaysAtTheSourcesLevelInEachEar) {
@@ -194,9 +190,7 @@ TEST_F(Mix, EveryCentredSoundPlaysAtTheSourcesLevelInEachEar) {
 // Around the listener at a constant distance: the near ear stays at the source's level, the
 // far one falls smoothly toward the side, and behind sounds as in front.
 TEST_F(Mix, TheFarEarFallsSmoothlyAndBehindSoundsAsInFront) {
-  IDirectSoundBuffer* b = Make(k3D, 1, kRate, Sine(kRate, {441}, 1.0));
-  IDirectSound3DBuffer* part = Part3D(b);
-  ASSERT_EQ(DS_OK, b->Play(0, 0, DSBPLAY_LOOPING));
+  IDirectSound3DBuffer* part = Voice(0, 0, 0.5f);
   std::vector<Level> around;
   for (int degrees = 0; degrees <= 180; degrees += 15) {
     const double a = degrees * M_PI / 180;
