@@ -88,7 +88,10 @@ TEST_F(Console, RefusesWrongCountsUnknownCommandsAndBlankLines) {
   EXPECT_TRUE(g_args.empty());
 }
 
-TEST_F(Console, HelpListsCommandsByGroupWithTheirParametersByName) {
+// Help lists the commands by group with their parameters by name. Names are shown only
+// where they fit the registration, so help never names a parameter the console would
+// refuse, nor hides one it wants.
+TEST_F(Console, HelpNamesParametersOnlyWhereTheyFitTheCounts) {
   kxHost_DescribeCommand("Debug", "ShowVoices", "", "lists the voices");
   EXPECT_EQ(Run("HELP", 0),
             "Sound:\n"
@@ -100,15 +103,6 @@ TEST_F(Console, HelpListsCommandsByGroupWithTheirParametersByName) {
   EXPECT_EQ(Run("help soundvolume", 0),
             "SoundVolume NAME [VOLUME]\n  shows a sound's volume, or sets it (group Sound)\n");
   EXPECT_EQ(Run("help Nothing", -1), "No command or group: Nothing\n");
-  // A registered help command takes the word over.
-  qorConsole_RegisterCommand("Game", "Help", 0, record, 11, 0, 0);
-  Run("help", 0);
-  EXPECT_EQ(g_lastId, 11u);
-}
-
-// Names are shown only where they fit the registration, so help never names a parameter
-// the console would refuse, nor hides one it wants.
-TEST_F(Console, ParameterNamesThatDoNotFitTheCountsAreNotShown) {
   struct Case {
     const char* Words;
     int Parameters, Optional;
@@ -134,4 +128,8 @@ TEST_F(Console, ParameterNamesThatDoNotFitTheCountsAreNotShown) {
   qorConsole_RegisterCommand("Game", "PlaySound", 4, record, 1, 3, 0);
   qorConsole_RegisterCommand("Sound", "LoadAmbient", 2, record, 2, 0, 0);  // counts out of step
   EXPECT_EQ(Run("help", 0), "Game:\n  PlaySound p1 [p2] [p3] [p4]\nSound:\n  LoadAmbient p1 p2\n");
+  // A registered help command takes the word over.
+  qorConsole_RegisterCommand("Game", "Help", 0, record, 11, 0, 0);
+  Run("help", 0);
+  EXPECT_EQ(g_lastId, 11u);
 }
