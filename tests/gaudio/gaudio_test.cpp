@@ -98,9 +98,6 @@ protected:
     kxHost_SetAudioOutput("offline");
   }
 
-  // A tone file in the temporary folder; "" without lame, and the test skips.
-  std::string Tone(const std::string& name, double hz, double seconds) { return MakeMp3(dir_, name, hz, seconds); }
-
   GAudioSound* Load(const GAudioSoundDesc& desc) {
     GAudioSound* sound = nullptr;
     EXPECT_EQ(gaudio::ERR_OK, audio_->getSoundClass(gaudio::SOUND_CLASS_STREAM, &desc, &sound));
@@ -116,7 +113,7 @@ protected:
 // top again, continued after a pause, rewound by a stop, and at the level its volume asks.
 // The caller may reuse its record and image as soon as getSoundClass returns.
 TEST_F(GAudioTest, PlaysToTheEndOnceThenAgainPausesRewindsAndFollowsTheVolume) {
-  if (Tone("tone.mp3", 440, 1.0).empty()) GTEST_SKIP() << "lame is not installed";
+  if (MakeMp3(dir_, "tone.mp3", 440, 1.0).empty()) GTEST_SKIP() << "lame is not installed";
   std::vector<uint8_t> image = dir_.read("tone.mp3");
   GAudioSoundDesc desc = MemoryDesc(image.data(), static_cast<uint32_t>(image.size()));
   GAudioSound* sound = Load(desc);
@@ -221,7 +218,7 @@ TEST_F(GAudioTest, EveryFileRateIsHeardCleanAtTheOutputRate) {
 }
 
 TEST_F(GAudioTest, RefusesWhatIsNotAnMp3AndMalformedRequests) {
-  std::string path = Tone("tone.mp3", 440, 0.2);
+  std::string path = MakeMp3(dir_, "tone.mp3", 440, 0.2);
   if (path.empty()) GTEST_SKIP() << "lame is not installed";
   dir_.write("empty.mp3", std::vector<uint8_t>{});
   dir_.write("text.mp3", std::string(4000, 'x') + "this is not an mp3 at all");
@@ -230,7 +227,7 @@ TEST_F(GAudioTest, RefusesWhatIsNotAnMp3AndMalformedRequests) {
   for (uint8_t& b : noise) b = static_cast<uint8_t>((x = x * 1103515245u + 12345u) >> 24);
   dir_.write("noise.mp3", noise);
   WaveShape pcm;
-  pcm.Data = ::Tone(440, 0.5, 22050, 1, 16, 0.5);
+  pcm.Data = Tone(440, 0.5, 22050, 1, 16, 0.5);
   WriteWave(dir_, "tone.wav", pcm);
   std::vector<std::string> paths;
   for (const char* name : {"missing.mp3", "empty.mp3", "text.mp3", "noise.mp3", "tone.wav"})
