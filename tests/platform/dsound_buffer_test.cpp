@@ -18,7 +18,6 @@ DWORD BytesAt(uint32_t ms) { return ms * 441 / 10 & ~1u; }
 // from it, the cursor may be set whatever the state, and the end stops it at cursor zero.
 TEST_F(Buffers, TheCursorHoldsOnStopAndIsSetInEveryState) {
   IDirectSoundBuffer* b = Tone(k2D, 1, 22050);
-  const DWORD size = 44100;
   EXPECT_EQ(0u, Cursor(b));
   // Never played; a byte inside a frame means that frame.
   ASSERT_EQ(DS_OK, b->SetCurrentPosition(4411));
@@ -56,7 +55,7 @@ TEST_F(Buffers, TheCursorHoldsOnStopAndIsSetInEveryState) {
   ASSERT_EQ(DS_OK, b->SetCurrentPosition(6000));
   EXPECT_EQ(6000u, Cursor(b));
   // Beyond the buffer: refused, the cursor stays.
-  EXPECT_EQ(DSERR_INVALIDPARAM, b->SetCurrentPosition(size + 1));
+  EXPECT_EQ(DSERR_INVALIDPARAM, b->SetCurrentPosition(44100 + 1));
   EXPECT_EQ(6000u, Cursor(b));
   EXPECT_EQ(DSERR_INVALIDPARAM, b->GetCurrentPosition(nullptr, nullptr));
 
@@ -68,7 +67,7 @@ TEST_F(Buffers, TheCursorHoldsOnStopAndIsSetInEveryState) {
   EXPECT_EQ(DSBSTATUS_PLAYING | DSBSTATUS_LOOPING, status);
 }
 
-TEST_F(Buffers, DuplicatesShareTheSamplesAndNothingElse) {
+TEST_F(Buffers, DuplicatesShareTheSamplesAndNothingElseAndGoWithTheDevice) {
   const uint64_t bytesBefore = kxDSound_SampleBytes();
   const uint32_t sourcesBefore = kxDSound_LiveSources();
   IDirectSoundBuffer* original = Tone(k2D, 1, 22050);
@@ -106,6 +105,25 @@ TEST_F(Buffers, DuplicatesShareTheSamplesAndNothingElse) {
   for (IDirectSoundBuffer* c : copies) c->Release();
   EXPECT_EQ(bytesBefore, kxDSound_SampleBytes());
   EXPECT_EQ(sourcesBefore, kxDSound_LiveSources());
+
+  // Releasing the device takes its buffers down: a caller that keeps one gets failures, not
+  // a crash.
+  IDirectSoundBuffer* kept = Tone(k2D | DSBCAPS_CTRL3D, 1, 2205);
+  IDirectSound3DBuffer* part = Part3D(kept);
+  ASSERT_EQ(DS_OK, kept->Play(0, 0, DSBPLAY_LOOPING));
+  ASSERT_EQ(DS_OK, part->SetPosition(1, 2, 3, DS3D_DEFERRED));
+  listener_->Release();
+  listener_ = nullptr;
+  EXPECT_EQ(0u, ds_->Release());
+  ds_ = nullptr;
+  EXPECT_EQ(sourcesBefore, kxDSound_LiveSources());
+  EXPECT_GT(0, kept->Play(0, 0, 0));
+  EXPECT_GT(0, kept->SetVolume(-100));
+  EXPECT_GT(0, part->SetPosition(0, 0, 0, DS3D_IMMEDIATE));
+  void* data = nullptr;
+  DWORD bytes = 0;
+  EXPECT_GT(0, kept->Lock(0, 2, &data, &bytes, nullptr, nullptr, 0));
+  kxHost_Advance(10);
 }
 
 TEST_F(Buffers, CreationRefusesWhatDirectSoundRefusesAndLockGivesOnlyTheBuffer) {
@@ -186,27 +204,6 @@ TEST_F(Buffers, CreationRefusesWhatDirectSoundRefusesAndLockGivesOnlyTheBuffer) 
   EXPECT_EQ(DSERR_INVALIDPARAM, bare->Lock(0, 10, nullptr, &firstBytes, nullptr, nullptr, 0));
   int outside = 0;
   EXPECT_EQ(DSERR_INVALIDPARAM, bare->Unlock(&outside, 2, nullptr, 0));
-}
-
-// A caller that keeps a buffer past the device's release gets failures, not a crash.
-TEST_F(Buffers, ReleasingTheDeviceTakesItsBuffersDown) {
-  const uint32_t sourcesBefore = kxDSound_LiveSources();
-  IDirectSoundBuffer* kept = Tone(k2D | DSBCAPS_CTRL3D, 1, 2205);
-  IDirectSound3DBuffer* part = Part3D(kept);
-  ASSERT_EQ(DS_OK, kept->Play(0, 0, DSBPLAY_LOOPING));
-  ASSERT_EQ(DS_OK, part->SetPosition(1, 2, 3, DS3D_DEFERRED));
-  listener_->Release();
-  listener_ = nullptr;
-  EXPECT_EQ(0u, ds_->Release());
-  ds_ = nullptr;
-  EXPECT_EQ(sourcesBefore, kxDSound_LiveSources());
-  EXPECT_GT(0, kept->Play(0, 0, 0));
-  EXPECT_GT(0, kept->SetVolume(-100));
-  EXPECT_GT(0, part->SetPosition(0, 0, 0, DS3D_IMMEDIATE));
-  void* data = nullptr;
-  DWORD bytes = 0;
-  EXPECT_GT(0, kept->Lock(0, 2, &data, &bytes, nullptr, nullptr, 0));
-  kxHost_Advance(10);
 }
 
 }  // namespace
