@@ -9,7 +9,6 @@
 #include "kxHost.h"
 #include "kxSound.h"
 #include "kxSoundWin32.h"
-#include "temp_dir.h"
 #include "tool_process.h"
 
 namespace {

@@ -1,7 +1,6 @@
 // kxsound demo, rendered: it makes its own catalogue and leaves a scene that run can play.
 #include <gtest/gtest.h>
 
-#include "temp_dir.h"
 #include "tool_process.h"
 
 namespace {
@@ -11,7 +10,7 @@ TEST(KxsoundDemoTest, RendersAScenePlayableAgainFromWhatItLeaves) {
   ToolRun demo = RunTool({"demo", "--output", "wav:demo.wav"}, "", here.path());
   ASSERT_EQ(demo.Status, 0) << demo.Err;
   EXPECT_TRUE(here.exists("kxsound-demo/Sounds.qorSound"));
-  Capture wav = ReadWavFile(here.file("demo.wav"));
+  Capture wav = ReadWavFile(here, "demo.wav");
   ASSERT_EQ(wav.Rate, 48000u);
   EXPECT_GT(wav.Seconds(), 15);
   EXPECT_LT(wav.Seconds(), 25);
@@ -28,9 +27,9 @@ TEST(KxsoundDemoTest, RendersAScenePlayableAgainFromWhatItLeaves) {
 
   // A second demo replaces its own folder; the scene it leaves plays the same sound again.
   ASSERT_EQ(RunTool({"demo", "--output", "wav:again.wav"}, "", here.path()).Status, 0);
-  ToolRun replay = RunTool({"run", "kxsound-demo/demo.scene", "--root", "kxsound-demo", "--seed", "2024", "--output",
-                            "wav:replay.wav"},
-                           "", here.path());
+  ToolRun replay = RunTool(
+      {"run", "kxsound-demo/demo.scene", "--root", "kxsound-demo", "--seed", "2024", "--output", "wav:replay.wav"}, "",
+      here.path());
   ASSERT_EQ(replay.Status, 0) << replay.Err;
   EXPECT_TRUE(here.read("demo.wav") == here.read("again.wav"));
   EXPECT_TRUE(here.read("demo.wav") == here.read("replay.wav"));

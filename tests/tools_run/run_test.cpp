@@ -7,9 +7,7 @@
 #include <sstream>
 #include <vector>
 
-#include "listen.h"
 #include "mp3_file.h"
-#include "temp_dir.h"
 #include "tool_process.h"
 
 namespace {
@@ -37,7 +35,7 @@ protected:
     extra.insert(extra.end(), {"--output", "wav:" + work.file("out.wav")});
     last = Run(script, extra);
     EXPECT_EQ(last.Status, 0) << last.Err;
-    return ReadWavFile(work.file("out.wav"));
+    return ReadWavFile(work, "out.wav");
   }
 
   static TempDir* root_;
@@ -116,12 +114,6 @@ TEST_F(KxsoundRunTest, RendersAndTracesEachPartOfTheSceneWhereItBelongs) {
             "changed stream 2 of hum (sounds\\hum0.wav): playing\n"
             "replaced stream 2 of hum (sounds\\hum0.wav) by stream 3 (sounds\\hum1.wav)\n")
       << out;
-}
-
-TEST_F(KxsoundRunTest, MixesTheMusicIntoTheSameFile) {
-  Capture wav = Render("TestMP3\nwait 1500\n");
-  ASSERT_EQ(wav.Rate, 48000u);
-  EXPECT_GT(wav.RmsLeft(0.2, 1.5), 0.01);
 }
 
 // Music 77 dB down, 6 steps of 16 bits: dithered, it keeps its level and shape over a floor
@@ -227,18 +219,15 @@ TEST_F(KxsoundRunTest, StrictStopsAtTheFirstFailureWithItsLine) {
   struct Case {
     const char* Scene;
     int Line;
-    const char* Says;
   };
   const Case cases[] = {
-      {"LoadAmbient nothing\n", 1, "'LoadAmbient nothing' printed FAILED"},
-      {"wait 10\nRedirectSound beep nothing\n", 2, "printed Sound redirection FAILED"},
-      {"SoundVolume nothing 50\n", 1, "printed Sound not found"},
-      {"RolloffFactor -1\n", 1, "printed Invalid value"},
-      {"PlaySound beep\nPlaySound nothing 1 2 3\n", 2, "nothing"},
-      {"hold beep as b\nEnable 0\nstream b play\n", 3, "stream b play FAILED"},
+      {"LoadAmbient nothing\n", 1},
+      {"wait 10\nRedirectSound beep nothing\n", 2},
+      {"SoundVolume nothing 50\n", 1},
+      {"RolloffFactor -1\n", 1},
+      {"PlaySound beep\nPlaySound nothing 1 2 3\n", 2},
+      {"hold beep as b\nEnable 0\nstream b play\n", 3},
   };
-  // A module with diagnostics gives its own account first, in its words.
-  bool toolsWords = !ModuleExplains(*root_);
   for (const Case& c : cases) {
     std::string scene = std::string(c.Scene) + "wait 100\nprint reached the end\n";
     ToolRun lenient = Run(scene, {"--output", "offline"});
@@ -250,16 +239,12 @@ TEST_F(KxsoundRunTest, StrictStopsAtTheFirstFailureWithItsLine) {
     EXPECT_EQ(strict.Out.find("reached the end"), std::string::npos) << c.Scene;
     std::string where = "kxsound: " + work.file("scene.txt") + ":" + std::to_string(c.Line) + ": ";
     EXPECT_NE(strict.Err.find(where), std::string::npos) << c.Scene << strict.Err;
-    if (toolsWords) {
-      EXPECT_NE(strict.Err.find(c.Says), std::string::npos) << c.Scene << strict.Err;
-    }
   }
 }
 
 // The module's own account, where it has one: a failed play is told with its line, stops a
 // strict scene too, and --quiet keeps it off the screen; why explains a sound or names the nearest.
 TEST_F(KxsoundRunTest, TheModulesOwnAccountNamesTheLineAndQuietHidesIt) {
-  if (!ModuleExplains(*root_)) GTEST_SKIP() << "this kxSound library has no diagnostics";
   const char scene[] = "wait 10\nPlaySound nothing\nwait 10\n";
   ToolRun told = Run(scene, {"--output", "offline"});
   EXPECT_EQ(told.Status, 0);
