@@ -124,7 +124,6 @@ test('measure: a catalogue of 10,000 sounds opens in the page', async ({ page })
     name: `gen_${String(i).padStart(5, '0')}`, page: i % 3, files: [{ path: files[i % 3] }],
   }));
   writeFileSync(join(root, 'big.json'), JSON.stringify({ format: 'kxsound-catalogue', version: 1, pages: ['A', 'B', 'C'], sounds }));
-  rmSync(join(root, 'Sounds.qorSound'));
   execFileSync(KXSOUND, ['import', join(root, 'big.json'), '--root', root, '--quiet']);
   const studio = await startStudio(root);
   try {

@@ -2,9 +2,7 @@
 // refusals say why, and what an audition returns sounds where the sound was placed.
 #include <gtest/gtest.h>
 #include <httplib.h>
-#include <unistd.h>
 
-#include <cstring>
 #include <filesystem>
 
 #include "kxHost.h"

@@ -30,12 +30,10 @@ void Create(const std::string& name) {
   ASSERT_EQ(std::string(buffer), name);
 }
 
-void AddFile(const std::string& sound, const char* path, int enabled) {
+void AddFile(const std::string& sound, const char* path, int index, int enabled) {
   char buffer[64];
   std::strcpy(buffer, path);
   ASSERT_EQ(qorSound_AddFile(sound.c_str(), buffer), S_OK);
-  int index = 0;
-  while (qorSound_GetFile(sound.c_str(), buffer, index + 1) == S_OK) ++index;
   qorSound_SetFileEnabled(sound.c_str(), index, enabled);
 }
 
@@ -60,9 +58,9 @@ void WriteRichCatalogue(const TempDir& root) {
   Create("Door \"main\" open");
   qorSound_SetSoundComments("Door \"main\" open", "caf\xc3\xa9 \xe2\x80\x94 door");
   qorSound_SetSoundPlayMode("Door \"main\" open", SOUND_PLAYMODE_SEQUENTIAL);
-  AddFile("Door \"main\" open", "sounds\\door1.wav", 1);
-  AddFile("Door \"main\" open", "sounds\\door2.wav", 0);
-  AddFile("Door \"main\" open", "sounds\\d\xe9j\xe0 vu.wav", 7);
+  AddFile("Door \"main\" open", "sounds\\door1.wav", 0, 1);
+  AddFile("Door \"main\" open", "sounds\\door2.wav", 1, 0);
+  AddFile("Door \"main\" open", "sounds\\d\xe9j\xe0 vu.wav", 2, 7);
 
   Create("Shot\\3D");
   qorSound_SetSoundComments("Shot\\3D", "bad \x80 byte\nsecond line\ttab");
@@ -107,17 +105,11 @@ void WriteRichCatalogue(const TempDir& root) {
 
 // A different catalogue, with a sound on a page beyond the table, for import to replace.
 void WriteOldCatalogue(const TempDir& root) {
-  Start(root);
-  qorSound_NewPage("Old1");
-  qorSound_NewPage("Old2");
-  for (int page : {0, 1, 9}) {
-    std::string name = "old" + std::to_string(page);
-    Create(name);
-    qorSound_SetSoundPage(name.c_str(), page);
-    AddFile(name, "sounds\\old.wav", 1);
-  }
-  EXPECT_EQ(qorSound_SaveBase(), S_OK);
-  qorSound_Finalize();
+  root.write("old.json", std::string(R"({"format": "kxsound-catalogue", "version": 1, "pages": ["Old1", "Old2"],
+    "sounds": [{"name": "old0", "page": 0, "files": [{"path": "sounds\\old.wav"}]},
+               {"name": "old1", "page": 1, "files": [{"path": "sounds\\old.wav"}]},
+               {"name": "old9", "page": 9, "files": [{"path": "sounds\\old.wav"}]}]})"));
+  ASSERT_EQ(RunTool({"import", root.file("old.json"), "--root", root.path(), "--quiet"}).Status, 0);
 }
 
 TEST(CatalogueJson, ImportOfAnExportRewritesTheSameBaseFileByteForByte) {

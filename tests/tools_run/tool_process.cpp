@@ -53,17 +53,16 @@ std::vector<std::string> Lines(const std::string& text) {
 }
 
 void MakeTestCatalogue(TempDir& root) {
-  auto tone = [&](const char* file, double hz, double seconds) {
+  const struct {
+    const char* File;
+    double Hz, Seconds;
+  } tones[] = {{"beep", 440, 0.3},  {"hum0", 220, 0.4},  {"hum1", 330, 0.4},
+               {"pick0", 500, 0.1}, {"pick1", 700, 0.1}, {"pick2", 900, 0.1}};
+  for (const auto& tone : tones) {
     WaveShape shape;
-    shape.Data = Tone(hz, seconds, 22050, 1, 16, 0.5);
-    WriteWave(root, file, shape);
-  };
-  tone("sounds/beep.wav", 440, 0.3);
-  tone("sounds/hum0.wav", 220, 0.4);
-  tone("sounds/hum1.wav", 330, 0.4);
-  tone("sounds/pick0.wav", 500, 0.1);
-  tone("sounds/pick1.wav", 700, 0.1);
-  tone("sounds/pick2.wav", 900, 0.1);
+    shape.Data = Tone(tone.Hz, tone.Seconds, 22050, 1, 16, 0.5);
+    WriteWave(root, std::string("sounds/") + tone.File + ".wav", shape);
+  }
   root.write("catalogue.json", std::string(R"({"format": "kxsound-catalogue", "version": 1, "sounds": [
     {"name": "beep", "playMode": 0, "files": [{"path": "sounds/beep.wav"}]},
     {"name": "hum", "playMode": 0, "is3D": 1, "minDistance": 1, "maxDistance": 100, "looped": 1, "crossed": 1,
