@@ -9,7 +9,7 @@ bool Has(const std::string& text, const std::string& part) { return text.find(pa
 
 // Piped commands are echoed before their answers; help names every parameter; the overlay shows
 // the held stream; the end of input ends the console, even without a last newline.
-TEST(KxsoundConsoleTest, RunsPipedCommandsEchoedWithHelpAndOverlayUntilTheInputEnds) {
+TEST(KxsoundConsoleTest, RunsPipedCommandsUntilTheInputEndsAndInToolModeOnlyWhy) {
   TempDir root;
   MakeTestCatalogue(root);
   ToolRun run = RunTool({"console", "--root", root.path(), "--output", "null"},
@@ -30,12 +30,8 @@ TEST(KxsoundConsoleTest, RunsPipedCommandsEchoedWithHelpAndOverlayUntilTheInputE
   EXPECT_FALSE(Has(out, " p1")) << "every Sound command has its parameters named";
   EXPECT_TRUE(Has(out, "wait MS")) << "help lists the scene words too";
   EXPECT_TRUE(Has(out, "Update delay = 50 msec")) << "the last line had no newline";
-}
 
-// Tool mode has no Sound commands, but the host's own why.
-TEST(KxsoundConsoleTest, ToolModeHasNoSoundCommandsButWhy) {
-  TempDir root;
-  MakeTestCatalogue(root);
+  // Tool mode has no Sound commands, but the host's own why.
   ToolRun tool =
       RunTool({"console", "--root", root.path(), "--output", "null", "--tool"}, "help\nwhy hum\nPlaySound beep\n");
   EXPECT_EQ(tool.Status, 0) << tool.Err;

@@ -157,24 +157,6 @@ TEST_F(KxsoundRunTest, QuietSoundIsDitheredAndLoudSoundClippedAndCounted) {
   EXPECT_DOUBLE_EQ(peak, over);
 }
 
-TEST_F(KxsoundRunTest, SameSeedRendersTheSameBytes) {
-  // Random choices: the file of each pick and the waits of the ambient.
-  const char script[] =
-      "LoadAmbient beep\n"
-      "PlayAmbientDelayed beep 1 90\n"
-      "PlaySound pick\nwait 150\nPlaySound pick\nwait 150\nPlaySound pick\nwait 150\n"
-      "PlaySound pick\nwait 150\nPlaySound pick\nwait 150\nPlaySound pick\nwait 2000\n";
-  auto render = [&](const char* seed) {
-    Render(script, {"--seed", seed, "--trace"});
-    return std::make_pair(work.read("out.wav"), last.Out.substr(0, last.Out.rfind("kxsound: rendered")));
-  };
-  auto first = render("5"), second = render("5"), other = render("6");
-  ASSERT_GT(first.first.size(), 44u);
-  EXPECT_TRUE(first.first == second.first) << "the same seed gave different sound";
-  EXPECT_EQ(first.second, second.second);
-  EXPECT_FALSE(first.first == other.first) << "the seed made no difference";
-}
-
 // A scene with bad lines is refused before anything plays, each bad line named; one that fails
 // while it plays stops with its line. Either way no file is left.
 TEST_F(KxsoundRunTest, BadLinesAndFailuresStopWithAMessageAndLeaveNoFile) {
