@@ -14,19 +14,12 @@ namespace {
 
 class KxsoundRunTest : public ::testing::Test {
 protected:
-  static void SetUpTestSuite() {
-    root_ = new TempDir;
-    MakeTestCatalogue(*root_);
-  }
-  static void TearDownTestSuite() {
-    delete root_;
-    root_ = nullptr;
-  }
+  void SetUp() override { MakeTestCatalogue(root); }
 
   // Runs a script (written into a scratch folder) on the test catalogue.
   ToolRun Run(const std::string& script, std::vector<std::string> extra) {
     work.write("scene.txt", script);
-    std::vector<std::string> args = {"run", work.file("scene.txt"), "--root", root_->path()};
+    std::vector<std::string> args = {"run", work.file("scene.txt"), "--root", root.path()};
     args.insert(args.end(), extra.begin(), extra.end());
     return RunTool(args);
   }
@@ -38,8 +31,7 @@ protected:
     return ReadWavFile(work, "out.wav");
   }
 
-  static inline TempDir* root_ = nullptr;
-  TempDir work;
+  TempDir root, work;
   ToolRun last;
 };
 
@@ -118,8 +110,8 @@ TEST_F(KxsoundRunTest, RendersAndTracesEachPartOfTheSceneWhereItBelongs) {
 // of noise 96 dB down, with none of the harmonics that rounding alone would give it. Louder
 // than full scale: the file is clipped, and the tool says how often and by how much.
 TEST_F(KxsoundRunTest, QuietSoundIsDitheredAndLoudSoundClippedAndCounted) {
-  if (MakeMp3(*root_, "music/whisper.mp3", 1000, 1.0, 48000, 0.02).empty()) GTEST_SKIP() << "lame is not installed";
-  MakeMp3(*root_, "music/loud.mp3", 660, 1.0, 48000, 0.9);
+  if (MakeMp3(root, "music/whisper.mp3", 1000, 1.0, 48000, 0.02).empty()) GTEST_SKIP() << "lame is not installed";
+  MakeMp3(root, "music/loud.mp3", 660, 1.0, 48000, 0.9);
   Capture wav = Render("LoadMP3 music\\whisper 0\nSetVolumeMP3 1\nPlayMP3\nwait 1500\n");
   ASSERT_EQ(wav.Rate, 48000u);
   // After the tone: the dither alone, half a step RMS.
@@ -174,13 +166,13 @@ TEST_F(KxsoundRunTest, BadLinesAndFailuresStopWithAMessageAndLeaveNoFile) {
   };
   const Case cases[] = {
       // Too few parameters for the console: refused at run time, with its line.
-      {"PlaySound beep\nwait 100\nSoundVolume\nwait 100\n", root_->path(), wav,
+      {"PlaySound beep\nwait 100\nSoundVolume\nwait 100\n", root.path(), wav,
        "scene.txt:3: the console refused 'SoundVolume'"},
-      {"hold nothing as n\n", root_->path(), wav, "scene.txt:1: no stream of sound 'nothing'"},
-      {"hold hum as h\nexpect-playing h\n", root_->path(), wav, "scene.txt:2: stream 'h' is [stopped]"},
-      {nullptr, root_->path(), wav, "missing.txt"},
+      {"hold nothing as n\n", root.path(), wav, "scene.txt:1: no stream of sound 'nothing'"},
+      {"hold hum as h\nexpect-playing h\n", root.path(), wav, "scene.txt:2: stream 'h' is [stopped]"},
+      {nullptr, root.path(), wav, "missing.txt"},
       {"wait 100\n", work.file("nowhere"), wav, "nowhere"},
-      {"wait 100\n", root_->path(), "wav:" + work.file("no/such/folder/x.wav"), "cannot write"},
+      {"wait 100\n", root.path(), "wav:" + work.file("no/such/folder/x.wav"), "cannot write"},
   };
   for (const Case& c : cases) {
     if (c.Scene) work.write("scene.txt", std::string(c.Scene));
@@ -232,11 +224,11 @@ TEST_F(KxsoundRunTest, TheModulesOwnAccountNamesTheLineAndQuietHidesIt) {
   EXPECT_NE(told.Err.find("nothing"), std::string::npos) << told.Err;
   EXPECT_EQ(Run(scene, {"--output", "offline", "--quiet"}).Err, "");
 
-  ToolRun hum = RunTool({"why", "hum", "--root", root_->path()});
+  ToolRun hum = RunTool({"why", "hum", "--root", root.path()});
   EXPECT_EQ(hum.Status, 0) << hum.Err;
   EXPECT_NE(hum.Out.find("hum0.wav"), std::string::npos) << hum.Out;
   EXPECT_NE(hum.Out.find("hum1.wav"), std::string::npos) << hum.Out;
-  ToolRun typo = RunTool({"why", "hun", "--root", root_->path()});
+  ToolRun typo = RunTool({"why", "hun", "--root", root.path()});
   EXPECT_EQ(typo.Status, 1);
   EXPECT_NE(typo.Out.find("hum"), std::string::npos) << "the nearest name: " << typo.Out;
 }
