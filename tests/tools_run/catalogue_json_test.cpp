@@ -9,7 +9,6 @@
 #include "kxHost.h"
 #include "kxSound.h"
 #include "kxSoundWin32.h"
-#include "temp_dir.h"
 #include "tool_process.h"
 
 namespace {
@@ -31,12 +30,10 @@ void Create(const std::string& name) {
   ASSERT_EQ(std::string(buffer), name);
 }
 
-void AddFile(const std::string& sound, const char* path, int enabled) {
+void AddFile(const std::string& sound, const char* path, int index, int enabled) {
   char buffer[64];
   std::strcpy(buffer, path);
   ASSERT_EQ(qorSound_AddFile(sound.c_str(), buffer), S_OK);
-  int index = 0;
-  while (qorSound_GetFile(sound.c_str(), buffer, index + 1) == S_OK) ++index;
   qorSound_SetFileEnabled(sound.c_str(), index, enabled);
 }
 
@@ -55,15 +52,14 @@ float FromBits(uint32_t bits) {
 // Every kind of field, each at values a plain catalogue would not hold.
 void WriteRichCatalogue(const TempDir& root) {
   Start(root);
-  for (const char* page : {"Doors", "W\xc3\xb6rld", "\xff\xfe-raw", "123456789012345"}) {
+  for (const char* page : {"Doors", "W\xc3\xb6rld", "\xff\xfe-raw", "123456789012345"})
     ASSERT_EQ(qorSound_NewPage(page), S_OK);
-  }
   Create("Door \"main\" open");
   qorSound_SetSoundComments("Door \"main\" open", "caf\xc3\xa9 \xe2\x80\x94 door");
   qorSound_SetSoundPlayMode("Door \"main\" open", SOUND_PLAYMODE_SEQUENTIAL);
-  AddFile("Door \"main\" open", "sounds\\door1.wav", 1);
-  AddFile("Door \"main\" open", "sounds\\door2.wav", 0);
-  AddFile("Door \"main\" open", "sounds\\d\xe9j\xe0 vu.wav", 7);
+  AddFile("Door \"main\" open", "sounds\\door1.wav", 0, 1);
+  AddFile("Door \"main\" open", "sounds\\door2.wav", 1, 0);
+  AddFile("Door \"main\" open", "sounds\\d\xe9j\xe0 vu.wav", 2, 7);
 
   Create("Shot\\3D");
   qorSound_SetSoundComments("Shot\\3D", "bad \x80 byte\nsecond line\ttab");
@@ -94,8 +90,8 @@ void WriteRichCatalogue(const TempDir& root) {
   Create("not a number");
   SetDistances("not a number", 1.5f, FromBits(0x7fc12345));
 
-  Create("Z\xe9" "bra");
-  qorSound_SetSoundPage("Z\xe9" "bra", 3);
+  Create("Z\xe9\x62ra");
+  qorSound_SetSoundPage("Z\xe9\x62ra", 3);
   std::string longest(255, 'n');
   Create(longest);
   qorSound_SetVolume(longest.c_str(), 2147483647);
@@ -108,17 +104,11 @@ void WriteRichCatalogue(const TempDir& root) {
 
 // A different catalogue, with a sound on a page beyond the table, for import to replace.
 void WriteOldCatalogue(const TempDir& root) {
-  Start(root);
-  qorSound_NewPage("Old1");
-  qorSound_NewPage("Old2");
-  for (int page : {0, 1, 9}) {
-    std::string name = "old" + std::to_string(page);
-    Create(name);
-    qorSound_SetSoundPage(name.c_str(), page);
-    AddFile(name, "sounds\\old.wav", 1);
-  }
-  EXPECT_EQ(qorSound_SaveBase(), S_OK);
-  qorSound_Finalize();
+  root.write("old.json", std::string(R"({"format": "kxsound-catalogue", "version": 1, "pages": ["Old1", "Old2"],
+    "sounds": [{"name": "old0", "page": 0, "files": [{"path": "sounds\\old.wav"}]},
+               {"name": "old1", "page": 1, "files": [{"path": "sounds\\old.wav"}]},
+               {"name": "old9", "page": 9, "files": [{"path": "sounds\\old.wav"}]}]})"));
+  ASSERT_EQ(RunTool({"import", root.file("old.json"), "--root", root.path(), "--quiet"}).Status, 0);
 }
 
 TEST(CatalogueJson, ImportOfAnExportRewritesTheSameBaseFileByteForByte) {
@@ -131,21 +121,17 @@ TEST(CatalogueJson, ImportOfAnExportRewritesTheSameBaseFileByteForByte) {
   EXPECT_EQ(exported.Err, "") << "a healthy catalogue exports without a word on standard error";
   const std::string& json = exported.Out;
   // Shortest text for a float; bytes that are not UTF-8 as hex; other text as it is.
-  EXPECT_NE(json.find("\"minDistance\": 0.1,"), std::string::npos);
-  EXPECT_NE(json.find("\"maxDistance\": 3.4e+38,"), std::string::npos);
-  EXPECT_NE(json.find("\"maxDistance\": {\n        \"bits\": \"7fc12345\""), std::string::npos);
-  EXPECT_NE(json.find("\"hex\": \"626164208020627974650a7365636f6e64206c696e6509746162\""), std::string::npos)
-      << json;
-  EXPECT_NE(json.find("\"comment\": \"caf\xc3\xa9 \xe2\x80\x94 door\""), std::string::npos);
-  EXPECT_NE(json.find("\"name\": \"Door \\\"main\\\" open\""), std::string::npos);
+  for (const char* text :
+       {"\"minDistance\": 0.1,", "\"maxDistance\": 3.4e+38,", "\"maxDistance\": {\n        \"bits\": \"7fc12345\"",
+        "\"hex\": \"626164208020627974650a7365636f6e64206c696e6509746162\"",
+        "\"comment\": \"caf\xc3\xa9 \xe2\x80\x94 door\"", "\"name\": \"Door \\\"main\\\" open\""})
+    EXPECT_NE(json.find(text), std::string::npos) << text << "\n" << json;
   source.write("catalogue.json", json);
 
   ToolRun imported = RunTool({"import", source.file("catalogue.json"), "--root", target.path()});
   ASSERT_EQ(imported.Status, 0) << imported.Err;
   EXPECT_EQ(imported.Out, "Imported 4 pages and 10 sounds into " + target.path() + "Sounds.qorSound\n");
-  std::vector<uint8_t> original = source.read("Sounds.qorSound"), rebuilt = target.read("Sounds.qorSound");
-  ASSERT_EQ(rebuilt.size(), original.size());
-  EXPECT_TRUE(rebuilt == original);
+  EXPECT_TRUE(target.read("Sounds.qorSound") == source.read("Sounds.qorSound"));
 }
 
 TEST(CatalogueJson, ImportRefusesWhatTheCatalogueCannotHoldAndWritesNothing) {
@@ -153,6 +139,7 @@ TEST(CatalogueJson, ImportRefusesWhatTheCatalogueCannotHoldAndWritesNothing) {
   WriteOldCatalogue(root);
   const std::vector<uint8_t> before = root.read("Sounds.qorSound");
   const std::string head = "{\"format\": \"kxsound-catalogue\", \"version\": 1, ";
+  const std::string door = head + "\"sounds\": [{\"name\": \"Door\", ";
   struct Case {
     std::string Json, Message;
   };
@@ -160,22 +147,19 @@ TEST(CatalogueJson, ImportRefusesWhatTheCatalogueCannotHoldAndWritesNothing) {
       {head + "\"pages\": [\"A\"]\n  \"sounds\": []}", "parse error at line 2, column 10"},
       {"{\"format\": \"other\", \"version\": 1}", "\"format\" must be \"kxsound-catalogue\""},
       {"{\"format\": \"kxsound-catalogue\", \"version\": 2}", "\"version\" must be 1"},
-      {head + "\"sounds\": [{\"name\": \"Door\", \"volume\": \"loud\"}]}",
-       "sounds[0] (\"Door\"): volume must be a whole number"},
-      {head + "\"sounds\": [{\"name\": \"Door\", \"volume\": -1}]}", "volume must be from 0 to 2147483647"},
-      {head + "\"sounds\": [{\"name\": \"Door\", \"volumme\": 5}]}", "unknown field \"volumme\""},
+      {door + "\"volume\": \"loud\"}]}", "sounds[0] (\"Door\"): volume must be a whole number"},
+      {door + "\"volume\": -1}]}", "volume must be from 0 to 2147483647"},
+      {door + "\"volumme\": 5}]}", "unknown field \"volumme\""},
       {head + "\"sounds\": [{\"name\": \"a\\u0000b\"}]}", "name holds a zero byte"},
-      {head + "\"sounds\": [{\"name\": \"Door\", \"maxDistance\": 1e39}]}", "number overflow parsing '1e39'"},
+      {door + "\"maxDistance\": 1e39}]}", "number overflow parsing '1e39'"},
       {head + "\"pages\": [\"sixteen-bytes-xx\"]}", "pages[0] holds more than 15 bytes"},
       {head + "\"pages\": [\"Doors\", \"DOORS\"]}", "pages[1] (\"DOORS\") was refused"},
       {head + "\"sounds\": [{\"name\": \"Door\"}, {\"name\": \"door\"}]}", "sounds[1] (\"door\"): the name is taken"},
-      {head + "\"sounds\": [{\"name\": \"Door\", \"comment\": \"\"}]}", "an empty comment cannot be stored"},
-      {head + "\"sounds\": [{\"name\": \"Door\", \"minDistance\": 0.5}]}",
-       "minDistance 0.5 with maxDistance 100.0 cannot be stored"},
-      {head + "\"sounds\": [{\"name\": \"Door\", \"files\": [{\"path\": \"a.wav\"}, {\"path\": \"A.WAV\"}]}]}",
+      {door + "\"comment\": \"\"}]}", "an empty comment cannot be stored"},
+      {door + "\"minDistance\": 0.5}]}", "minDistance 0.5 with maxDistance 100.0 cannot be stored"},
+      {door + "\"files\": [{\"path\": \"a.wav\"}, {\"path\": \"A.WAV\"}]}]}",
        "files[1].path \"A.WAV\" was refused: it is listed twice"},
-      {head + "\"sounds\": [{\"name\": \"Door\", \"files\": [{\"path\": \"" + std::string(63, 'p') + "\"}]}]}",
-       "files[0].path must hold 1 to 62 bytes"},
+      {door + "\"files\": [{\"path\": \"" + std::string(63, 'p') + "\"}]}]}", "files[0].path must hold 1 to 62 bytes"},
   };
   for (const Case& c : cases) {
     root.write("in.json", c.Json);
@@ -184,20 +168,6 @@ TEST(CatalogueJson, ImportRefusesWhatTheCatalogueCannotHoldAndWritesNothing) {
     EXPECT_NE(outcome.Err.find(c.Message), std::string::npos) << c.Json << "\n" << outcome.Err;
     EXPECT_TRUE(root.read("Sounds.qorSound") == before) << c.Json;
   }
-}
-
-TEST(CatalogueJson, AStoredValueTheSettersCannotMakeIsReportedNotChanged) {
-  TempDir root;
-  StoredSound quiet;
-  quiet.Name = "Quiet";
-  quiet.Volume = -5;
-  root.write("Sounds.qorSound", BaseFileBuilder().Header(1, 0).Sound(quiet).Bytes);
-  ToolRun exported = RunTool({"export", "--root", root.path()});
-  ASSERT_EQ(exported.Status, 0) << exported.Err;
-  root.write("catalogue.json", exported.Out);
-  ToolRun imported = RunTool({"import", root.file("catalogue.json"), "--root", root.path()});
-  EXPECT_EQ(imported.Status, 1);
-  EXPECT_NE(imported.Err.find("sounds[0] (\"Quiet\"): volume must be from 0"), std::string::npos) << imported.Err;
 }
 
 // The base file holds values the module will not use as written; import stores them as the
@@ -214,8 +184,8 @@ TEST(CatalogueJson, ImportStoresWhatTheModuleWillNotUseAsWrittenAndSaysSo) {
   for (const std::string said :
        {"files[0].path \"sounds/doors/a.wav\" stored as \"sounds\\doors\\a.wav\"",
         "files[1].path \"door.wav\" will read \"sounds\\door.wav\" once the catalogue is loaded again",
-        "page 3 does not exist (the catalogue has 1 page); stored as given",
-        "playMode 2 chooses no file", "numStreams 0 gives the sound no stream", "volume 250 is above full level"})
+        "page 3 does not exist (the catalogue has 1 page); stored as given", "playMode 2 chooses no file",
+        "numStreams 0 gives the sound no stream", "volume 250 is above full level"})
     EXPECT_NE(imported.Err.find(where + said), std::string::npos) << said << "\n" << imported.Err;
   EXPECT_EQ(imported.Err.find("\"Fine\""), std::string::npos) << imported.Err;
   EXPECT_EQ(imported.Err.find("b.wav"), std::string::npos) << imported.Err;
@@ -233,32 +203,35 @@ TEST(CatalogueJson, ImportStoresWhatTheModuleWillNotUseAsWrittenAndSaysSo) {
   EXPECT_TRUE(root.read("Sounds.qorSound") == before);
 }
 
-TEST(CatalogueJson, CommandsFailCleanlyWithoutARootAFileOrACatalogue) {
+// Export gives a stored value as it is, even one the setters cannot make; the commands fail
+// cleanly without a catalogue, a file or a root.
+TEST(CatalogueJson, ExportKeepsWhatIsStoredAndCommandsFailCleanly) {
   TempDir root;
-  ToolRun none = RunTool({"export", "--root", root.path()});
-  EXPECT_EQ(none.Status, 1);
-  EXPECT_EQ(none.Out, "");
-  EXPECT_NE(none.Err.find("no readable catalogue"), std::string::npos);
-
-  ToolRun noFile = RunTool({"import", root.file("missing.json"), "--root", root.path()});
-  EXPECT_EQ(noFile.Status, 1);
-  EXPECT_NE(noFile.Err.find("cannot read"), std::string::npos);
-
+  auto fails = [](const std::vector<std::string>& args, const char* says) {
+    ToolRun run = RunTool(args);
+    EXPECT_EQ(run.Status, 1) << says;
+    EXPECT_NE(run.Err.find(says), std::string::npos) << run.Err;
+    return run;
+  };
+  EXPECT_EQ(fails({"export", "--root", root.path()}, "no readable catalogue").Out, "");
+  fails({"import", root.file("missing.json"), "--root", root.path()}, "cannot read");
   root.write("empty.json", std::string("{\"format\": \"kxsound-catalogue\", \"version\": 1}"));
-  ToolRun noRoot = RunTool({"import", root.file("empty.json"), "--root", root.file("gone")});
-  EXPECT_EQ(noRoot.Status, 1);
-  EXPECT_NE(noRoot.Err.find("does not exist"), std::string::npos);
+  fails({"import", root.file("empty.json"), "--root", root.file("gone")}, "does not exist");
   EXPECT_FALSE(root.exists("gone"));
   EXPECT_FALSE(root.exists("Sounds.qorSound"));
 
-  // Getters by name reach only the first of two sounds of one name: refuse rather than export it twice.
   StoredSound first, second;
+  first.Name = "Quiet";
+  first.Volume = -5;
+  root.write("Sounds.qorSound", BaseFileBuilder().Header(1, 0).Sound(first).Bytes);
+  ToolRun exported = RunTool({"export", "--root", root.path()});
+  ASSERT_EQ(exported.Status, 0) << exported.Err;
+  EXPECT_NE(exported.Out.find("\"volume\": -5,"), std::string::npos) << exported.Out;
+  // Getters by name reach only the first of two sounds of one name: refuse rather than export it twice.
   first.Name = "Door";
   second.Name = "DOOR";
   root.write("Sounds.qorSound", BaseFileBuilder().Header(2, 0).Sound(first).Sound(second).Bytes);
-  ToolRun twice = RunTool({"export", "--root", root.path()});
-  EXPECT_EQ(twice.Status, 1);
-  EXPECT_NE(twice.Err.find("appears twice"), std::string::npos);
+  fails({"export", "--root", root.path()}, "appears twice");
 }
 
 }  // namespace

@@ -4,30 +4,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cmath>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <fstream>
-#include <iterator>
 #include <sstream>
 
 #include <gtest/gtest.h>
 
-#include "kxHost.h"
-#include "kxSound.h"
-#include "kxSoundWin32.h"
-#include "temp_dir.h"
 #include "wave_file.h"
-
-namespace {
-
-std::string Slurp(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-}  // namespace
 
 ToolRun RunTool(const std::vector<std::string>& args, const std::string& input, const std::string& cwd) {
   // Files, not pipes: the program may write more than a pipe holds before it reads.
@@ -52,12 +34,16 @@ ToolRun RunTool(const std::vector<std::string>& args, const std::string& input, 
   ToolRun run;
   int status = 0;
   if (child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status)) run.Status = WEXITSTATUS(status);
-  run.Out = Slurp(out);
-  run.Err = Slurp(err);
+  std::vector<uint8_t> said = io.read("out"), complained = io.read("err");
+  run.Out.assign(said.begin(), said.end());
+  run.Err.assign(complained.begin(), complained.end());
   return run;
 }
 
-Capture ReadWavFile(const std::string& path) { return ReadWav(Slurp(path)); }
+Capture ReadWavFile(const TempDir& dir, const std::string& file) {
+  std::vector<uint8_t> bytes = dir.read(file);
+  return ReadWav(std::string(bytes.begin(), bytes.end()));
+}
 
 std::vector<std::string> Lines(const std::string& text) {
   std::vector<std::string> lines;
@@ -66,48 +52,23 @@ std::vector<std::string> Lines(const std::string& text) {
   return lines;
 }
 
-bool ModuleExplains(const TempDir& root) {
-  ToolRun why = RunTool({"why", "beep", "--root", root.path()});
-  return why.Err.find("cannot explain a play") == std::string::npos;
-}
-
 void MakeTestCatalogue(TempDir& root) {
-  auto tone = [&](const char* file, double hz, double seconds) {
+  const struct {
+    const char* File;
+    double Hz, Seconds;
+  } tones[] = {{"beep", 440, 0.3},  {"hum0", 220, 0.4},  {"hum1", 330, 0.4},
+               {"pick0", 500, 0.1}, {"pick1", 700, 0.1}, {"pick2", 900, 0.1}};
+  for (const auto& tone : tones) {
     WaveShape shape;
-    shape.Data = Tone(hz, seconds, 22050, 1, 16, 0.5);
-    WriteWave(root, file, shape);
-  };
-  tone("sounds/beep.wav", 440, 0.3);
-  tone("sounds/hum0.wav", 220, 0.4);
-  tone("sounds/hum1.wav", 330, 0.4);
-  tone("sounds/pick0.wav", 500, 0.1);
-  tone("sounds/pick1.wav", 700, 0.1);
-  tone("sounds/pick2.wav", 900, 0.1);
-
-  kxHost_SetRootFolder(root.path().c_str());
-  kxHost_SetAudioOutput("offline");
-  ASSERT_EQ(qorSound_Initialize(nullptr, 1), S_OK);
-  auto create = [](const char* name, std::vector<const char*> files) {
-    char buffer[256];
-    std::snprintf(buffer, sizeof buffer, "%s", name);
-    qorSound_CreateNewSound(buffer);
-    for (const char* file : files) {
-      char path[64];
-      std::snprintf(path, sizeof path, "%s", file);
-      qorSound_AddFile(name, path);
-    }
-  };
-  create("beep", {"sounds\\beep.wav"});
-  qorSound_SetSoundPlayMode("beep", SOUND_PLAYMODE_SEQUENTIAL);
-  create("hum", {"sounds\\hum0.wav", "sounds\\hum1.wav"});
-  qorSound_Set3D("hum", 1);
-  qorSound_SetDistances("hum", 1, 100);
-  qorSound_SetLooped("hum", 1);
-  qorSound_SetCrossed("hum", 1);
-  qorSound_SetSoundPlayMode("hum", SOUND_PLAYMODE_SEQUENTIAL);
-  create("pick", {"sounds\\pick0.wav", "sounds\\pick1.wav", "sounds\\pick2.wav"});
-  qorSound_SetSoundPlayMode("pick", SOUND_PLAYMODE_RANDOM);
-  qorSound_SetNumStreams("pick", 2);
-  EXPECT_EQ(qorSound_SaveBase(), S_OK);
-  qorSound_Finalize();
+    shape.Data = Tone(tone.Hz, tone.Seconds, 22050, 1, 16, 0.5);
+    WriteWave(root, std::string("sounds/") + tone.File + ".wav", shape);
+  }
+  root.write("catalogue.json", std::string(R"({"format": "kxsound-catalogue", "version": 1, "sounds": [
+    {"name": "beep", "playMode": 0, "files": [{"path": "sounds/beep.wav"}]},
+    {"name": "hum", "playMode": 0, "is3D": 1, "minDistance": 1, "maxDistance": 100, "looped": 1, "crossed": 1,
+     "files": [{"path": "sounds/hum0.wav"}, {"path": "sounds/hum1.wav"}]},
+    {"name": "pick", "playMode": 1, "numStreams": 2,
+     "files": [{"path": "sounds/pick0.wav"}, {"path": "sounds/pick1.wav"}, {"path": "sounds/pick2.wav"}]}]})"));
+  ToolRun made = RunTool({"import", root.file("catalogue.json"), "--root", root.path(), "--quiet"});
+  ASSERT_EQ(made.Status, 0) << made.Err;
 }

@@ -1,11 +1,11 @@
 // Running the kxsound program and reading what it wrote.
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
 #include "listen.h"
+#include "temp_dir.h"
 
 struct ToolRun {
   int Status = -1;  // the exit status; -1 when it did not exit normally
@@ -16,14 +16,11 @@ struct ToolRun {
 ToolRun RunTool(const std::vector<std::string>& args, const std::string& input = "", const std::string& cwd = "");
 
 // A WAV file as written by kxsound; Rate 0 when it is missing or malformed.
-Capture ReadWavFile(const std::string& path);
+Capture ReadWavFile(const TempDir& dir, const std::string& file);
 
 std::vector<std::string> Lines(const std::string& text);
 
-class TempDir;
-// Whether the kxSound library the program runs on explains plays (kxSound_Why); root holds a catalogue.
-bool ModuleExplains(const TempDir& root);
-// A catalogue made through the module, with its wave files, in root:
+// A catalogue imported by kxsound, with its wave files, in root:
 //   beep  2D, a 440 Hz tone of 0.3 s
 //   hum   3D, looped and crossed over two files of 0.4 s (220 and 330 Hz), in order
 //   pick  2D, one of three short tones at random
