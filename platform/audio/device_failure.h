@@ -10,7 +10,8 @@
 
 namespace kxaudio {
 
-// The sentence for the last time the `device` output did not open; empty once one opened.
+// Why the last attempt to open an output failed at the sound card; empty when that attempt
+// succeeded or did not ask for the `device` output.
 KX_EXPORT std::string DeviceFailure();
 
 // Receives that sentence at each failure, on the thread that tried to open. Without one, the

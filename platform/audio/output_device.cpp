@@ -34,6 +34,8 @@ bool IsOwner(const OutputDevice* device) {
 std::unique_ptr<OutputDevice> OutputDevice::Open(int index) {
   if (index < 0 || index >= kOutputCount) return nullptr;
   OutputMode mode = CurrentOutputMode();
+  // Each attempt is told as itself: a card that failed earlier says nothing about this one.
+  ClearDeviceFailure();
   if (mode == OutputMode::None) return nullptr;
   QuietOpenAL();
   std::unique_ptr<OutputDevice> out(new OutputDevice(index, mode));
@@ -74,7 +76,6 @@ bool OutputDevice::OpenSoundCard() {
     ReportDeviceFailure(failure, alsa.First());
     return false;
   }
-  ClearDeviceFailure();
   return true;
 }
 

@@ -241,6 +241,9 @@ TEST_F(Diagnostics, StartsAndStops) {
   if (started == S_OK) GTEST_SKIP() << "this machine has an audio output";
   ExpectHeard(KXSOUND_DIAG_DEVICE, {"qorSound_Initialize fails", "no sound card"});
   EXPECT_EQ("", noise);
+  kxHost_SetAudioOutput("none");
+  EXPECT_EQ(qorSound_Initialize(nullptr, 0), E_FAIL);
+  ExpectHeard(KXSOUND_DIAG_DEVICE, {"could not be opened"});  // not the card's old sentence
   kxHost_SetAudioOutput("offline");
   ASSERT_EQ(qorSound_Initialize(nullptr, 0), S_OK);
 }
