@@ -57,11 +57,6 @@ bool Save(const std::string& path, const std::string& text) {
   return h != INVALID_HANDLE_VALUE && Write(h, text) && qorCloseHandle(h);
 }
 
-std::string Text(const TempDir& dir, const std::string& name) {
-  std::vector<uint8_t> bytes = dir.read(name);
-  return std::string(bytes.begin(), bytes.end());
-}
-
 // How many temp files interrupted or failed saves left in a folder.
 size_t TempFiles(const std::string& folder) {
   size_t n = 0;
@@ -94,7 +89,7 @@ TEST(FileIO, ResolvesEveryComponentIgnoringCaseReadsShortAndRefusesWhatIsNotTher
   EXPECT_FALSE(qorReadFile(w, buf, 1, &done, nullptr));
   EXPECT_TRUE(Write(w, "zz"));
   EXPECT_TRUE(qorCloseHandle(w));
-  EXPECT_EQ(Text(dir, "Sound/Banks/Door.WAV"), "zzeak");
+  EXPECT_EQ(dir.readText("Sound/Banks/Door.WAV"), "zzeak");
   // A closed handle is not touched again.
   EXPECT_FALSE(qorCloseHandle(h));
   EXPECT_FALSE(qorReadFile(h, buf, 4, &done, nullptr));
@@ -106,7 +101,7 @@ TEST(FileIO, ResolvesEveryComponentIgnoringCaseReadsShortAndRefusesWhatIsNotTher
   EXPECT_EQ(OpenFile(dir.path() + "nofolder/x.txt", GENERIC_WRITE, CREATE_ALWAYS), INVALID_HANDLE_VALUE);
   EXPECT_EQ(OpenFile("", GENERIC_READ, OPEN_EXISTING), INVALID_HANDLE_VALUE);
   EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), {}), 1);
-  EXPECT_EQ(Text(dir, "Sound/Banks/Door.WAV"), "zzeak");
+  EXPECT_EQ(dir.readText("Sound/Banks/Door.WAV"), "zzeak");
   done = 7;
   EXPECT_FALSE(qorReadFile(INVALID_HANDLE_VALUE, buf, 4, &done, nullptr));
   EXPECT_EQ(done, 0u);
@@ -176,7 +171,7 @@ TEST(FileReplace, TempFilesOfInterruptedSavesGoAtTheNextSaveOrStartAndNothingEls
   ASSERT_TRUE(Write(open, "first"));
 
   ASSERT_TRUE(Save(dir.file("Save.dat"), "new"));
-  EXPECT_EQ(Text(dir, "Save.dat"), "new") << "nothing of the open save shows under its name";
+  EXPECT_EQ(dir.readText("Save.dat"), "new") << "nothing of the open save shows under its name";
   for (const Entry& e : entries) EXPECT_EQ(!dir.exists(e.Name), e.GoneAtSave) << e.Name;
   kxHost_SetRootFolder(dir.path().c_str());
   char folder[256];
@@ -185,7 +180,7 @@ TEST(FileReplace, TempFilesOfInterruptedSavesGoAtTheNextSaveOrStartAndNothingEls
   for (const Entry& e : entries) EXPECT_EQ(!dir.exists(e.Name), e.GoneAtStart) << e.Name;
   for (const std::string& name : others) EXPECT_TRUE(fs::exists(fs::symlink_status(dir.file(name)))) << name;
   EXPECT_TRUE(qorCloseHandle(open));
-  EXPECT_EQ(Text(dir, "Save.dat"), "first");
+  EXPECT_EQ(dir.readText("Save.dat"), "first");
 }
 
 TEST(FileReplace, ASaveKeepsTheModeAndOwnerOfTheFileItReplacesAndReachesTheDiskInOrder) {
@@ -207,7 +202,7 @@ TEST(FileReplace, ASaveKeepsTheModeAndOwnerOfTheFileItReplacesAndReachesTheDiskI
     EXPECT_EQ(st.st_mode & 07777, mode) << std::oct << mode;
     EXPECT_EQ(st.st_uid, owner);
     EXPECT_EQ(st.st_gid, group);
-    EXPECT_EQ(Text(dir, "Save.dat"), "new");
+    EXPECT_EQ(dir.readText("Save.dat"), "new");
   }
   // The data, then the rename, then the folder reach the disk.
   ASSERT_EQ(DiskEvents.size(), 3u);
@@ -229,7 +224,7 @@ TEST(FileReplace, ASaveKeepsTheModeAndOwnerOfTheFileItReplacesAndReachesTheDiskI
   EXPECT_FALSE(qorWriteFile(bad, "broken", 6, &done, nullptr));
   EXPECT_EQ(done, 0u);
   EXPECT_FALSE(qorCloseHandle(bad));
-  EXPECT_EQ(Text(dir, "Save.dat"), "new");
+  EXPECT_EQ(dir.readText("Save.dat"), "new");
   EXPECT_EQ(TempFiles(dir.path()), 0u);
 
   // TRUNCATE_EXISTING goes through the same path.
@@ -252,11 +247,11 @@ TEST(FileReplace, ASaveThroughALinkReplacesTheFileItNamesAndKeepsTheLink) {
   ASSERT_TRUE(Save(dir.file("chain.DAT"), "new"));
   EXPECT_TRUE(fs::is_symlink(dir.file("Save.dat")));
   EXPECT_TRUE(fs::is_symlink(dir.file("Chain.dat")));
-  EXPECT_EQ(Text(dir, "data/real.dat"), "new");
+  EXPECT_EQ(dir.readText("data/real.dat"), "new");
 
   ASSERT_TRUE(Save(dir.file("data/Dangling.dat"), "made"));
   EXPECT_TRUE(fs::is_symlink(dir.file("data/Dangling.dat")));
-  EXPECT_EQ(Text(dir, "data/later.dat"), "made");
+  EXPECT_EQ(dir.readText("data/later.dat"), "made");
 
   EXPECT_EQ(OpenForSave(dir.file("Loop.dat")), INVALID_HANDLE_VALUE);
   EXPECT_EQ(TempFiles(dir.path()), 0u);

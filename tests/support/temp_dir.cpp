@@ -34,4 +34,9 @@ std::vector<uint8_t> TempDir::read(const std::string& relative) const {
   return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
+std::string TempDir::readText(const std::string& relative) const {
+  std::vector<uint8_t> bytes = read(relative);
+  return std::string(bytes.begin(), bytes.end());
+}
+
 bool TempDir::exists(const std::string& relative) const { return std::filesystem::exists(path_ + relative); }

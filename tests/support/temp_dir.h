@@ -16,6 +16,7 @@ public:
   void write(const std::string& relative, const std::vector<uint8_t>& bytes) const;
   void write(const std::string& relative, const std::string& text) const;
   std::vector<uint8_t> read(const std::string& relative) const;
+  std::string readText(const std::string& relative) const;
   bool exists(const std::string& relative) const;
 
 private:

@@ -9,7 +9,7 @@ TEST(KxsoundDemoTest, RendersAScenePlayableAgainFromWhatItLeaves) {
   TempDir here;
   ToolRun demo = RunTool({"demo", "--output", "wav:demo.wav"}, "", here.path());
   ASSERT_EQ(demo.Status, 0) << demo.Err;
-  Capture wav = ReadWavFile(here, "demo.wav");
+  Capture wav = ReadWav(here.readText("demo.wav"));
   ASSERT_EQ(wav.Rate, 48000u);
   EXPECT_GT(wav.Seconds(), 15);
   EXPECT_LT(wav.Seconds(), 25);

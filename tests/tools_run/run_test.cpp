@@ -28,7 +28,7 @@ protected:
     extra.insert(extra.end(), {"--output", "wav:" + work.file("out.wav")});
     last = Run(script, extra);
     EXPECT_EQ(last.Status, 0) << last.Err;
-    return ReadWavFile(work, "out.wav");
+    return ReadWav(work.readText("out.wav"));
   }
 
   TempDir root, work;

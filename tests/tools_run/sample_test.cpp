@@ -27,7 +27,7 @@ TEST(KxsoundSampleTest, TheSamplePlaysEachSoundAtItsLevelAndIsNeverMadeOverAnoth
   ToolRun run = RunTool(
       {"run", work.file("scene"), "--root", root.path(), "--strict", "--output", "wav:" + work.file("sample.wav")});
   ASSERT_EQ(run.Status, 0) << run.Err;
-  Capture wav = ReadWavFile(work, "sample.wav");
+  Capture wav = ReadWav(work.readText("sample.wav"));
   ASSERT_EQ(wav.Rate, 48000u);
   // The door, a 2D sound in the middle at full volume: the level of its file in both ears.
   double door = SourceRms(root, "sounds/doors/open.wav");

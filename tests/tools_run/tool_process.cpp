@@ -34,15 +34,9 @@ ToolRun RunTool(const std::vector<std::string>& args, const std::string& input, 
   ToolRun run;
   int status = 0;
   if (child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status)) run.Status = WEXITSTATUS(status);
-  std::vector<uint8_t> said = io.read("out"), complained = io.read("err");
-  run.Out.assign(said.begin(), said.end());
-  run.Err.assign(complained.begin(), complained.end());
+  run.Out = io.readText("out");
+  run.Err = io.readText("err");
   return run;
-}
-
-Capture ReadWavFile(const TempDir& dir, const std::string& file) {
-  std::vector<uint8_t> bytes = dir.read(file);
-  return ReadWav(std::string(bytes.begin(), bytes.end()));
 }
 
 std::vector<std::string> Lines(const std::string& text) {

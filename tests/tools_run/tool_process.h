@@ -15,9 +15,6 @@ struct ToolRun {
 // Runs kxsound with args, input on its standard input, in folder cwd (empty: this one).
 ToolRun RunTool(const std::vector<std::string>& args, const std::string& input = "", const std::string& cwd = "");
 
-// A WAV file as written by kxsound; Rate 0 when it is missing or malformed.
-Capture ReadWavFile(const TempDir& dir, const std::string& file);
-
 std::vector<std::string> Lines(const std::string& text);
 
 // A catalogue imported by kxsound, with its wave files, in root:
